@@ -3,31 +3,51 @@
 #
 # Unpacks the 32-bit libraries that the i386 build links into an overlay folder
 # of the build tree.  The system's own package state stays untouched: apt-get
-# works on private lists, status and cache, and nothing is installed.
+# works on private lists, status and cache, nothing is installed, and no
+# privilege is needed.
 #
 #   scripts/overlay.sh [FOLDER]        default: build/overlay-i386
 #
-# Does nothing when the folder already holds the packages listed below.
+# Does nothing when the folder already holds the packages listed below.  The
+# folder appears, or is replaced, only when everything has been unpacked.
 set -eu
 
 top=$(cd "$(dirname "$0")/.." && pwd)
+. "$top/scripts/say.sh"
 overlay=${1:-$top/build/overlay-i386}
 
 packages="libexpat1 libexpat1-dev libsqlite3-0 libsqlite3-dev zlib1g libgtest-dev
 libbenchmark-dev libbenchmark1debian gnucobol3 libcob4 libcob4-dev libdb5.3 libgmp10
 libgmp-dev libncursesw6 libtinfo6 libxml2 libicu72 liblzma5"
 
-stamp=$overlay/packages.stamp
-if [ -f "$stamp" ] && [ "$(cat "$stamp")" = "$packages" ]; then
+stamp=packages.stamp
+is_complete() {
+    [ -f "$overlay/$stamp" ] && [ "$(cat "$overlay/$stamp")" = "$packages" ]
+}
+if is_complete; then
     exit 0
 fi
 
-echo "overlay: unpacking the 32-bit packages into $overlay"
-rm -rf "$overlay"
-state=$overlay/apt
-mkdir -p "$state/lists/partial" "$state/cache/archives/partial" "$overlay/debs"
-: >"$state/status"
+mkdir -p "$(dirname "$overlay")"
+# Of two runs at once the second waits, and then finds the work done.
+exec 9>"$overlay.lock"
+flock 9
+if is_complete; then
+    exit 0
+fi
 
+say "unpacking the 32-bit libraries into $overlay"
+fresh=$overlay.part
+rm -rf "$fresh"
+trap 'rm -rf "$fresh"' EXIT
+trap 'exit 1' HUP INT TERM
+debs=$fresh/debs
+mkdir -p "$debs"
+
+# The lists stay between runs: they are what a failing update falls back on.
+state=$overlay.apt
+mkdir -p "$state/lists/partial" "$state/cache/archives/partial"
+: >"$state/status"
 apt() {
     apt-get -qq -o APT::Architecture=i386 -o APT::Architectures::=i386 \
         -o Dir::State="$state" -o Dir::State::status="$state/status" \
@@ -35,22 +55,27 @@ apt() {
         -o APT::Sandbox::User=root "$@"
 }
 
-# A failing update is tolerated as long as the lists are there all the same.
-apt update || echo "overlay: apt-get update failed; going on with the lists that are there" >&2
+apt update || say "apt-get update failed; going on with the package lists that are there"
 # shellcheck disable=SC2086
-(cd "$overlay/debs" && apt download $packages)
-for deb in "$overlay"/debs/*.deb; do
-    dpkg -x "$deb" "$overlay"
+(cd "$debs" && apt download $packages) || die "the 32-bit packages could not be downloaded (see above)"
+for deb in "$debs"/*.deb; do
+    dpkg -x "$deb" "$fresh"
 done
+rm -rf "$debs" "$state/cache"
 
 # An absolute symbolic link points out of the overlay; left dangling, the linker
 # would take the static library without a word.
-find "$overlay/usr" "$overlay/lib" -type l 2>/dev/null | while read -r link; do
+find "$fresh" -type l | while read -r link; do
     target=$(readlink "$link")
     case $target in
-    /*) if [ -e "$overlay$target" ]; then ln -sfr "$overlay$target" "$link"; fi ;;
+    /*) if [ -e "$fresh$target" ]; then ln -sfr "$fresh$target" "$link"; fi ;;
     esac
 done
 
-rm -rf "$overlay/debs" "$state"
-printf '%s' "$packages" >"$stamp"
+printf '%s' "$packages" >"$fresh/$stamp"
+rm -rf "$overlay.old"
+if [ -e "$overlay" ]; then
+    mv "$overlay" "$overlay.old"
+fi
+mv "$fresh" "$overlay"
+rm -rf "$overlay.old"
