@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+//
+// The table that a COBOL file becomes: columns, keys, and which bytes of the
+// record each column stands for.  docs/formats/table-layout.md tells the rules.
+//
+//     TableLayout layout;
+//     if (Status s = make_layout(*xfd, {}, &layout); !s.ok()) ...
+//     std::string script = ddl_script(layout, *find_dialect("postgresql"));
+#ifndef SQL_TABLE_LAYOUT_H
+#define SQL_TABLE_LAYOUT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/data.h"
+#include "sql/dialect.h"
+#include "sql/status.h"
+#include "wbfsi/records.h"
+
+namespace sql {
+
+enum class ColumnType : uint8_t {
+    kInteger,  // whole numbers that fit 64 bits
+    kDecimal,  // exact decimal text: "-" when negative, digits without leading
+               // zeros (at least one), a point and all `decimals` behind it
+    kReal,     // binary floating point, bit for bit
+    kText,     // UTF-8 without padding
+    kBlob,
+};
+
+enum class ColumnRole : uint8_t {
+    kField,         // a field of the record
+    kRecordNumber,  // the number of the record in its file, from 1
+    kKeyBytes,      // the bytes of one key, where its columns do not sort alike
+    kExactRecord,   // the whole record, where the columns do not give it back
+};
+
+struct Column {
+    std::string name;
+    ColumnRole role = ColumnRole::kField;
+    ColumnType type = ColumnType::kText;
+    uint32_t digits = 0;      // numbers: digits in front of the point and behind
+    uint32_t decimals = 0;    // kDecimal: digits behind the point
+    uint32_t characters = 0;  // kText: how many fit
+    size_t key = 0;           // kKeyBytes: index in TableLayout::keys
+
+    // kField: the bytes of the record and what they mean (a_address is 0).
+    uint32_t offset = 0;
+    ZArgument data{};
+};
+
+struct KeySegment {
+    uint32_t offset = 0;
+    uint32_t length = 0;
+};
+
+struct Key {
+    std::string index_name;
+    bool unique = true;
+    std::vector<KeySegment> segments;
+    // The columns that cover the segments exactly and in order and sort as the
+    // bytes do.  Empty: this key's column of key bytes is filled in every row;
+    // else only in the rows whose contents do not sort so.
+    std::vector<size_t> columns;
+    size_t bytes_column = 0;  // index in TableLayout::columns
+};
+
+struct TableLayout {
+    static constexpr size_t kNone = SIZE_MAX;
+
+    std::string table;
+    uint16_t file_type = 0;  // XFD_SEQUENTIAL ...
+    uint32_t max_record = 0;
+    uint32_t min_record = 0;
+    XfdCvtInfo settings{};
+    // Fields first, in the order of the dictionary, then the others.
+    std::vector<Column> columns;
+    size_t field_count = 0;
+    std::vector<Key> keys;         // keys[0] is the primary one
+    size_t record_number = kNone;  // column, for relative and sequential files
+    size_t exact_record = kNone;   // column, unless left out
+};
+
+struct LayoutOptions {
+    bool keep_exact = true;  // false: no column for exact records
+};
+
+// Table of a dictionary; keeps nothing of it.  The code page of the host
+// (COBOL_CODE_PAGE) and the settings of the dictionary count as they are now.
+// kBadDictionary, with the reason and the field's name, *out untouched: no
+// table or select name; a dictionary cut short (a slot without a name among
+// the first x_n_total_fields); a field of a sub-table; two columns of one name
+// (compared without case); a field or key segment outside the record; no
+// field; more columns than a database takes (2000).
+Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out);
+
+// The table alone, with its primary key; no semicolon behind it.
+std::string create_table_sql(const TableLayout &layout, const Dialect &dialect);
+
+// Everything that follows the table: one statement an element, no semicolons.
+std::vector<std::string> create_index_sql(const TableLayout &layout, const Dialect &dialect);
+
+// All statements for a person or a script, each closed by ";" and a newline.
+std::string ddl_script(const TableLayout &layout, const Dialect &dialect);
+
+}  // namespace sql
+
+#endif
