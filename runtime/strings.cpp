@@ -1,0 +1,324 @@
+// SPDX-License-Identifier: MIT
+//
+// Dynamic strings.  A string is one block, body and text, up to its first
+// capacity; a text that outgrows it moves to a block of its own while the body,
+// and with it the ZString, stays where it is.
+#include "host/strings.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/memory.h"
+#include "runtime/blocks.h"
+
+namespace {
+
+// Where each piece begins, for a string that saw a separating append.  A piece
+// ends one byte (the newline) before the next one begins, the last at the end.
+struct Pieces {
+    uint32_t count;
+    uint32_t capacity;
+
+    size_t *starts() { return reinterpret_cast<size_t *>(this + 1); }
+    const size_t *starts() const { return reinterpret_cast<const size_t *>(this + 1); }
+};
+
+constexpr size_t kMaxLength = PTRDIFF_MAX / 2;
+constexpr uint32_t kFirstPieces = 6;
+
+}  // namespace
+
+struct ZStringBody {
+    // First, for a freed block's link may overwrite it and nothing else: `text`
+    // below stays null in a string that was deleted.
+    size_t length;
+    char *text;
+    size_t capacity;  // of the text, terminator not counted
+    Pieces *pieces;
+
+    // Behind the body in the same block.
+    char *first_text() { return reinterpret_cast<char *>(this + 1); }
+    const char *first_text() const { return reinterpret_cast<const char *>(this + 1); }
+};
+
+namespace {
+
+void initialise(ZStringBody *body, size_t capacity) {
+    body->length = 0;
+    body->text = body->first_text();
+    body->capacity = capacity;
+    body->pieces = nullptr;
+    body->text[0] = '\0';
+}
+
+// The first capacity rounded up so that the block has no unused tail; 0 when
+// there is no such block.
+size_t body_size(size_t capacity) {
+    constexpr size_t granule = 2 * sizeof(void *);
+    if (capacity > kMaxLength) {
+        errno = ENOMEM;
+        return 0;
+    }
+    return (sizeof(ZStringBody) + capacity + 1 + granule - 1) / granule * granule;
+}
+
+bool owns_text_block(const ZStringBody *body) {
+    return body->text != body->first_text();
+}
+
+// Makes room for `more` bytes behind the text; half as much again as is needed,
+// so that appending stays linear.
+bool make_room(ZStringBody *body, size_t more) {
+    if (more <= body->capacity - body->length) {
+        return true;
+    }
+    if (more > kMaxLength - body->length) {
+        errno = ENOMEM;
+        return false;
+    }
+    const size_t needed = body->length + more;
+    const size_t capacity = needed + needed / 2;
+    char *old = owns_text_block(body) ? body->text : nullptr;
+    auto *text = static_cast<char *>(host::reallocate_beside(body, old, capacity + 1));
+    if (text == nullptr) {
+        return false;
+    }
+    if (old == nullptr) {
+        memcpy(text, body->text, body->length + 1);
+    }
+    body->text = text;
+    body->capacity = capacity;
+    return true;
+}
+
+void put(ZStringBody *body, const void *bytes, size_t n) {
+    memcpy(body->text + body->length, bytes, n);
+    body->length += n;
+    body->text[body->length] = '\0';
+}
+
+// The bytes may lie in the string's own text, which can move.
+bool append_growing(ZStringBody *body, const void *bytes, size_t n, bool after_newline) {
+    const uintptr_t offset =
+        reinterpret_cast<uintptr_t>(bytes) - reinterpret_cast<uintptr_t>(body->text);
+    const bool is_own = offset <= body->length;
+    if (!make_room(body, n + (after_newline ? 1 : 0))) {
+        return false;
+    }
+    if (after_newline) {
+        put(body, "\n", 1);
+    }
+    put(body, is_own ? body->text + offset : bytes, n);
+    return true;
+}
+
+bool append(ZStringBody *body, const void *bytes, size_t n) {
+    if (n > body->capacity - body->length) {
+        return append_growing(body, bytes, n, false);
+    }
+    put(body, bytes, n);
+    return true;
+}
+
+uint32_t piece_count(const ZStringBody *body) {
+    if (body->pieces != nullptr && body->pieces->count > 0) {
+        return body->pieces->count;
+    }
+    return body->length > 0 ? 1 : 0;
+}
+
+// Makes sure that one more border can be noted without asking for memory.
+bool reserve_piece(ZStringBody *body) {
+    Pieces *pieces = body->pieces;
+    // Two, for the text of plain appends becomes the first piece by itself.
+    if (pieces != nullptr && pieces->capacity - pieces->count >= 2) {
+        return true;
+    }
+    const uint32_t count = pieces == nullptr ? 0 : pieces->count;
+    const uint32_t capacity = count == 0 ? kFirstPieces : count + count / 2;
+    if (capacity <= count || capacity > (kMaxLength - sizeof(Pieces)) / sizeof(size_t)) {
+        errno = ENOMEM;
+        return false;
+    }
+    pieces = static_cast<Pieces *>(
+        host::reallocate_beside(body, pieces, sizeof(Pieces) + capacity * sizeof(size_t)));
+    if (pieces == nullptr) {
+        return false;
+    }
+    pieces->count = count;
+    pieces->capacity = capacity;
+    body->pieces = pieces;
+    return true;
+}
+
+int add_piece(ZStringBody *body, const char *bytes, size_t n) {
+    if (!reserve_piece(body)) {
+        return 0;
+    }
+    const uint32_t before = piece_count(body);
+    const size_t start = before > 0 ? body->length + 1 : 0;
+    if (n > kMaxLength - 1 || !append_growing(body, bytes, n, before > 0)) {
+        return 0;
+    }
+    Pieces *pieces = body->pieces;
+    pieces->starts()[0] = 0;
+    pieces->starts()[before] = start;
+    pieces->count = before + 1;
+    return 1;
+}
+
+}  // namespace
+
+ZString ZSTRINGNew(size_t capacity, const char *tag, const char *source) {
+    const size_t size = body_size(capacity);
+    auto *body = size == 0
+                     ? nullptr
+                     : static_cast<ZStringBody *>(host::allocate_string_body(size, tag, source));
+    if (body != nullptr) {
+        initialise(body, size - sizeof(ZStringBody) - 1);
+    }
+    return body;
+}
+
+int ZSTRINGAppend(ZString string, const char *text) {
+    return append(string, text, strlen(text)) ? 1 : 0;
+}
+
+int ZSTRINGAppendN(ZString string, const void *bytes, size_t n) {
+    return append(string, bytes, n) ? 1 : 0;
+}
+
+ZString ZSTRINGDup(ZString string) {
+    const size_t size = body_size(string->length);
+    auto *copy = size == 0
+                     ? nullptr
+                     : static_cast<ZStringBody *>(host::allocate_string_body_beside(string, size));
+    if (copy == nullptr) {
+        return nullptr;
+    }
+    initialise(copy, size - sizeof(ZStringBody) - 1);
+    if (string->pieces != nullptr && string->pieces->count > 0) {
+        const uint32_t count = string->pieces->count;
+        const size_t bytes = sizeof(Pieces) + (count + 2) * sizeof(size_t);
+        copy->pieces = static_cast<Pieces *>(host::allocate_beside(string, bytes));
+        if (copy->pieces == nullptr) {
+            ZSTRINGDelete(copy);
+            return nullptr;
+        }
+        copy->pieces->count = count;
+        copy->pieces->capacity = count + 2;
+        memcpy(copy->pieces->starts(), string->pieces->starts(), count * sizeof(size_t));
+    }
+    append(copy, string->text, string->length);
+    return copy;
+}
+
+void ZSTRINGDelete(ZString string) {
+    if (string == nullptr) {
+        return;
+    }
+    if (owns_text_block(string)) {
+        Zfree(string->text);
+    }
+    Zfree(string->pieces);
+    string->text = nullptr;
+    Zfree(string);
+}
+
+const char *ZStringGet(ZString string) {
+    return string->text;
+}
+
+size_t ZStringGetLength(ZString string) {
+    return string->length;
+}
+
+void ZStringClear(ZString string) {
+    string->length = 0;
+    string->text[0] = '\0';
+    if (string->pieces != nullptr) {
+        string->pieces->count = 0;
+    }
+}
+
+void ZStringRemoveRight(ZString string, size_t n) {
+    if (n >= string->length) {
+        ZStringClear(string);
+        return;
+    }
+    string->length -= n;
+    string->text[string->length] = '\0';
+    if (string->pieces != nullptr) {
+        Pieces *pieces = string->pieces;
+        while (pieces->count > 0 && pieces->starts()[pieces->count - 1] > string->length) {
+            --pieces->count;
+        }
+    }
+}
+
+int ZStringCompareHH(ZString a, ZString b) {
+    const size_t shorter = a->length < b->length ? a->length : b->length;
+    const int order = memcmp(a->text, b->text, shorter);
+    if (order != 0) {
+        return order < 0 ? -1 : 1;
+    }
+    return a->length < b->length ? -1 : a->length > b->length;
+}
+
+int ZIsAString(const void *target) {
+    return host::is_string_body(target) && static_cast<const ZStringBody *>(target)->text != nullptr
+               ? 1
+               : 0;
+}
+
+int ZSTRINGAddNSPChar(ZString string, const char *piece) {
+    return add_piece(string, piece, strlen(piece));
+}
+
+int ZSTRINGAddNSString(ZString string, ZString piece) {
+    return add_piece(string, piece->text, piece->length);
+}
+
+uint32_t ZStringCountNSStrings(ZString string) {
+    return piece_count(string);
+}
+
+const char *ZStringGetNSPiece(ZString string, uint32_t i, size_t *length) {
+    const uint32_t count = piece_count(string);
+    if (i >= count) {
+        if (length != nullptr) {
+            *length = 0;
+        }
+        return nullptr;
+    }
+    size_t start = 0;
+    size_t end = string->length;
+    if (string->pieces != nullptr && string->pieces->count > 0) {
+        start = string->pieces->starts()[i];
+        if (i + 1 < count) {
+            end = string->pieces->starts()[i + 1] - 1;
+        }
+    }
+    if (length != nullptr) {
+        *length = end - start;
+    }
+    return string->text + start;
+}
+
+void Zspace_info(const char *text, size_t length, size_t *first, size_t *end) {
+    const auto is_blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    size_t start = 0;
+    while (start < length && is_blank(text[start])) {
+        ++start;
+    }
+    if (start == length) {
+        *first = *end = 0;
+        return;
+    }
+    size_t stop = length;
+    while (is_blank(text[stop - 1])) {
+        --stop;
+    }
+    *first = start;
+    *end = stop;
+}
