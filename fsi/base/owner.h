@@ -21,7 +21,7 @@ namespace fsi {
 // Resource{} stands for "none" and is never passed to Free.
 template <typename Resource, auto Free>
 class Owner {
-public:
+ public:
     Owner() = default;
     explicit Owner(Resource resource) : resource_(resource) {}
     Owner(Owner &&other) noexcept : resource_(other.release()) {}
@@ -46,7 +46,7 @@ public:
             Free(old);
     }
 
-private:
+ private:
     Resource resource_{};
 };
 
