@@ -25,8 +25,8 @@ set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
 set(libraries "${WBFSI_OVERLAY}/usr/lib/i386-linux-gnu")
 set(base_libraries "${WBFSI_OVERLAY}/lib/i386-linux-gnu")
 # RUNPATH is not followed for libraries of libraries, hence the old tags.
-set(link_flags "-m32 -L${libraries} -L${base_libraries} -Wl,-rpath-link,${libraries} \
--Wl,-rpath-link,${base_libraries} -Wl,--disable-new-dtags")
+set(link_flags "-m32 -L\"${libraries}\" -L\"${base_libraries}\" -Wl,-rpath-link,\"${libraries}\" \
+-Wl,-rpath-link,\"${base_libraries}\" -Wl,--disable-new-dtags")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
