@@ -1,6 +1,16 @@
 /* SPDX-License-Identifier: MIT
  *
- * The whole library: every record and every exported function. */
+ * The whole library: every record and every exported function, by subject:
+ *   lifecycle.h   start, end, and the variables that steer the library
+ *   load.h        a file description from its dictionary file
+ *   build.h       one by program; copy and release of either
+ *   accessors.h   its properties
+ *   keys.h        record keys, column names
+ *   locate.h      names and paths of files
+ *   where.h       the extra where clause of a program
+ *   dateformat.h  validation of date formats
+ *   table.h       the table description of a database interface
+ * The library is used from one thread at a time. */
 #ifndef WBFSI_WBFSI_H
 #define WBFSI_WBFSI_H
 
