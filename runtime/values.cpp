@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: MIT
+//
+// Split lines.  A line is scanned twice: once to learn whether commas or blanks
+// separate its values and how many there can be at most, once to cut it.  The
+// handle's own record holds the values of an ordinary line, so that such a line
+// costs no allocation but the handle; longer ones get one block more.
+#include "host/values.h"
+
+#include <stddef.h>
+#include <string.h>
+
+#include "host/memory.h"
+#include "runtime/error_state.h"
+
+namespace {
+
+constexpr uint32_t kOwnValues = 16;
+constexpr uint32_t kOwnText = 160;
+
+constexpr uint8_t kInteger = 1;
+constexpr uint8_t kString = 3;
+
+struct Value {
+    uint32_t start;  // offset in the text of the line
+    int32_t integer;
+    uint8_t type;
+};
+
+struct Line {
+    void *block;  // of a line that does not fit into the record: values, then text
+    Value *values;
+    char *text;
+    uint32_t count;
+    Value own_values[kOwnValues];
+    char own_text[kOwnText];
+};
+
+void release_line(ZHandle, void *record) {
+    Zfree(static_cast<Line *>(record)->block);
+}
+
+bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+// What the first scan learns.
+struct Shape {
+    size_t length;  // bytes of the text, one trailing CR not counted
+    size_t values;  // at most so many
+    bool commas;
+};
+
+// A quote opens a quoted stretch where a value can begin: at the start of the
+// text, behind a blank and behind a comma.
+Shape measure(const char *text) {
+    Shape shape{};
+    size_t commas = 0;
+    size_t words = 0;
+    bool inside = false;
+    char before = ' ';
+    size_t i = 0;
+    for (; text[i] != '\0'; ++i) {
+        char c = text[i];
+        if (inside) {
+            if (c == '"')
+                inside = false;
+        } else if (c == '"' && (is_blank(before) || before == ',' || before == '"')) {
+            // A quote right behind a closing one is the second of a doubled pair.
+            inside = true;
+            words += is_blank(before) ? 1 : 0;
+        } else if (c == ',') {
+            ++commas;
+        } else if (!is_blank(c) && is_blank(before)) {
+            ++words;
+        }
+        before = c;
+    }
+    shape.length = i > 0 && text[i - 1] == '\r' ? i - 1 : i;
+    shape.commas = commas != 0;
+    shape.values = shape.commas ? commas + 1 : words;
+    return shape;
+}
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// The number at the start of the text, clamped to 32 bits; *end is behind it.
+// fits tells whether nothing was clamped.
+int32_t leading_number(const char *text, const char **end, bool *fits) {
+    const char *p = text;
+    bool negative = *p == '-';
+    if (*p == '-' || *p == '+')
+        ++p;
+    const int64_t limit = negative ? int64_t{INT32_MAX} + 1 : INT32_MAX;
+    int64_t number = 0;
+    *fits = true;
+    const char *digits = p;
+    for (; is_digit(*p); ++p) {
+        number = number * 10 + (*p - '0');
+        if (number > limit) {
+            number = limit;
+            *fits = false;
+        }
+    }
+    *end = p == digits ? text : p;
+    return static_cast<int32_t>(negative ? -number : number);
+}
+
+class Splitter {
+ public:
+    Splitter(const char *from, const char *end, bool commas, Line *line)
+        : p_(from), end_(end), out_(line->text), commas_(commas), line_(line) {}
+
+    void run() {
+        for (;;) {
+            skip_blanks();
+            if (p_ == end_)
+                return;
+            take_value();
+            if (commas_ && p_ != end_)
+                ++p_;
+        }
+    }
+
+ private:
+    bool at_separator() const { return commas_ ? *p_ == ',' : is_blank(*p_); }
+
+    void skip_blanks() {
+        while (p_ != end_ && is_blank(*p_))
+            ++p_;
+    }
+
+    // Copies a quoted stretch; with its quotes when it stands inside a value.
+    void take_stretch(bool keep_quotes) {
+        if (keep_quotes)
+            *out_++ = '"';
+        for (++p_; p_ != end_; ++p_) {
+            if (*p_ == '"') {
+                if (p_ + 1 == end_ || p_[1] != '"')
+                    break;
+                ++p_;
+                if (keep_quotes)
+                    *out_++ = '"';
+            }
+            *out_++ = *p_;
+        }
+        if (p_ != end_) {
+            ++p_;
+            if (keep_quotes)
+                *out_++ = '"';
+        }
+    }
+
+    void take_value() {
+        char *start = out_;
+        char *keep = out_;  // blanks behind this are dropped
+        bool quoted = *p_ == '"';
+        if (quoted) {
+            take_stretch(false);
+            keep = out_;
+        }
+        while (p_ != end_ && !at_separator()) {
+            if (*p_ == '"' && is_blank(p_[-1])) {
+                take_stretch(true);
+                keep = out_;
+                continue;
+            }
+            *out_++ = *p_;
+            if (!is_blank(*p_))
+                keep = out_;
+            ++p_;
+        }
+        out_ = keep;
+        *out_++ = '\0';
+        add(start, quoted);
+    }
+
+    void add(const char *start, bool quoted) {
+        Value &value = line_->values[line_->count++];
+        value.start = static_cast<uint32_t>(start - line_->text);
+        value.type = kString;
+        value.integer = 0;
+        if (quoted)
+            return;
+        const char *end;
+        bool fits;
+        int32_t number = leading_number(start, &end, &fits);
+        if (fits && end != start && *end == '\0') {
+            value.type = kInteger;
+            value.integer = number;
+        }
+    }
+
+    const char *p_;
+    const char *end_;
+    char *out_;
+    bool commas_;
+    Line *line_;
+};
+
+const ZHandleType kLineType = {"split line", sizeof(Line), 2, release_line};
+int line_type;
+
+// Null for a handle of another kind, a stale one, and a value past the end.
+const Value *find(ZHandle handle, uint32_t i, const Line **line) {
+    if (line_type == 0 || H_type(handle) != line_type)
+        return nullptr;
+    *line = static_cast<const Line *>(H_lock(handle));
+    return i < (*line)->count ? &(*line)->values[i] : nullptr;
+}
+
+}  // namespace
+
+ZHandle Zcds_new(const char *text) {
+    static const char source[] = "runtime/values";
+    if (text == nullptr)
+        text = "";
+    if (line_type == 0 && (line_type = H_declare(&kLineType)) == 0)
+        return 0;
+    ZHandle handle = HBUILDV(line_type, "split line", source);
+    if (handle == 0)
+        return 0;
+    auto *line = static_cast<Line *>(H_lock(handle));
+    Shape shape = measure(text);
+    // Every value is followed by a zero byte where its separator was; the last
+    // one needs a byte of its own.
+    size_t text_bytes = shape.length + 1;
+    if (shape.values <= kOwnValues && text_bytes <= kOwnText) {
+        line->values = line->own_values;
+        line->text = line->own_text;
+    } else {
+        size_t value_bytes = shape.values * sizeof(Value);
+        if (shape.length >= UINT32_MAX / 32 ||
+            (line->block = Zmalloc(value_bytes + text_bytes, "split line", source)) == nullptr) {
+            H_FREE(handle);
+            host::refuse_memory();
+            return 0;
+        }
+        line->values = static_cast<Value *>(line->block);
+        line->text = static_cast<char *>(line->block) + value_bytes;
+    }
+    Splitter(text, text + shape.length, shape.commas, line).run();
+    return handle;
+}
+
+uint32_t Zcds_get_count(ZHandle values) {
+    if (line_type == 0 || H_type(values) != line_type)
+        return 0;
+    return static_cast<const Line *>(H_lock(values))->count;
+}
+
+int Zcds_get_type(ZHandle values, uint32_t i) {
+    const Line *line;
+    const Value *value = find(values, i, &line);
+    return value == nullptr ? 0 : value->type;
+}
+
+int32_t Zcds_get_int_value(ZHandle values, uint32_t i) {
+    const Line *line;
+    const Value *value = find(values, i, &line);
+    if (value == nullptr)
+        return 0;
+    if (value->type == kInteger)
+        return value->integer;
+    const char *end;
+    bool fits;
+    return leading_number(line->text + value->start, &end, &fits);
+}
+
+const char *Zcds_get_str_value(ZHandle values, uint32_t i, int) {
+    const Line *line;
+    const Value *value = find(values, i, &line);
+    return value == nullptr ? "" : line->text + value->start;
+}
