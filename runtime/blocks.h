@@ -22,8 +22,9 @@ namespace host {
 [[nodiscard]] void *allocate_string_body_beside(const void *owner, size_t size);
 
 // Whether `address` is the start of a block that was made for a string body and
-// that is live or was freed; reads no memory but the host's own, whatever the
-// address is.
+// that is live, was freed or waits for its first use.  Of a freed one all but the
+// first pointer is as it was left; one that waits is zero behind it.  Reads no
+// memory but the host's own, whatever the address is.
 bool is_string_body(const void *address);
 
 }  // namespace host

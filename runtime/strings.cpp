@@ -10,6 +10,7 @@
 
 #include "host/memory.h"
 #include "runtime/blocks.h"
+#include "runtime/poison.h"
 
 namespace {
 
@@ -64,6 +65,11 @@ size_t body_size(size_t capacity) {
 
 bool owns_text_block(const ZStringBody *body) {
     return body->text != body->first_text();
+}
+
+// `body` may be a freed block.
+HOST_UNCHECKED bool is_live(const ZStringBody *body) {
+    return body->text != nullptr;
 }
 
 // Makes room for `more` bytes behind the text; half as much again as is needed,
@@ -266,9 +272,8 @@ int ZStringCompareHH(ZString a, ZString b) {
 }
 
 int ZIsAString(const void *target) {
-    return host::is_string_body(target) && static_cast<const ZStringBody *>(target)->text != nullptr
-               ? 1
-               : 0;
+    return host::is_string_body(target) && is_live(static_cast<const ZStringBody *>(target)) ? 1
+                                                                                             : 0;
 }
 
 int ZSTRINGAddNSPChar(ZString string, const char *piece) {
