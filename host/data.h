@@ -121,13 +121,13 @@ typedef struct XfdCvtInfo {
  *   A size without a digit position, or with more than 256, holds no number and
  *   takes none (0, dest unchanged).
  * - Binary: sizes 1 to 16, others hold and take no number.  Reading takes all
- *   bits.  Writing cuts to a_digits (0: no cut), and a value outside the range of
+ *   bits.  Writing cuts to a_digits (0 or above 39: no cut), and a value outside the range of
  *   the size further to the digits that the size always holds (2 for one byte, 4
  *   for two, 9 for four, 18 for eight signed bytes, 19 for eight unsigned ones).
  * - Floating point: sizes 4 and 8.  Read as the shortest decimal that reads back
  *   as the same number (at most 9 or 17 digits), the closest one where there are
- *   several; written as the nearest number, ties to even.  A value out of range:
- *   0, dest unchanged. */
+ *   several, of two as close the even one; written as the nearest number, ties to even.  A value
+ * out of range: 0, dest unchanged. */
 HOST_API int ZconvertData(const ZArgument *dest, const ZArgument *src, int flags,
                           const XfdCvtInfo *cvt);
 

@@ -202,11 +202,13 @@ bool write_binary(const ZArgument &to, const Layout &layout, const Settings & /*
     if (size == 0 || size > kMaxBytes) {
         return false;
     }
-    const uint32_t capacity = usable_digits(to, kMaxBinaryDigits);
+    const bool has_picture = to.a_digits != 0 && to.a_digits < kMaxBinaryDigits;
+    const uint32_t capacity = has_picture ? to.a_digits : kMaxBinaryDigits;
     Parsed parsed = parse(value, capacity, to.a_scale);
     bool fits = parsed.fits;
     const bool negative = layout.is_signed && value.negative;
-    if (parsed.overflow || exceeds(parsed.magnitude, largest(size, layout.is_signed, negative))) {
+    const bool beyond_words = parsed.overflow || (!fits && !has_picture);
+    if (beyond_words || exceeds(parsed.magnitude, largest(size, layout.is_signed, negative))) {
         const uint32_t sure =
             layout.is_signed ? kSureDigits.is_signed[size] : kSureDigits.is_unsigned[size];
         parsed = parse(value, sure, to.a_scale);

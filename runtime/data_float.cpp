@@ -192,8 +192,8 @@ int floor_log10_of_two_to(int n) {
     return (n * 315653) >> 20;
 }
 
-// Writes the shortest digits that identify the number, the closest of them to
-// it; value = 0.DIGITS * 10^point.  Returns how many.
+// Writes the shortest digits that identify the number, the closest of them to it
+// (even in the last digit when two are as close); value = 0.DIGITS * 10^point.  Returns how many.
 uint32_t shortest_digits(const Parts &parts, const Format &format, char *digits, int &point) {
     // The number is rest / scale, its neighbours' halfway points lie below and
     // above by margins over the same scale; the gap below a power of two is half
@@ -244,7 +244,9 @@ uint32_t shortest_digits(const Parts &parts, const Format &format, char *digits,
         if (low_is_close || high_is_close) {
             if (high_is_close) {
                 rest.shift_left(1);
-                if (!low_is_close || rest.compare(scale) >= 0) {
+                const int half = rest.compare(scale);
+                const bool is_odd = (digit - '0') % 2 == 1;
+                if (!low_is_close || half > 0 || (half == 0 && is_odd)) {
                     ++digit;
                 }
             }

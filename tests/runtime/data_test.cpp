@@ -641,6 +641,8 @@ TEST(DataFloats, TheShortestDecimalIsRead) {
     EXPECT_EQ(shown(1.0F / 3.0F), "0.33333334");
     EXPECT_EQ(shown(0.1 + 0.2), "0.30000000000000004");
     EXPECT_EQ(shown(16777216.0F), "16777216");
+    EXPECT_EQ(shown(3716340.75F), "3716340.8");
+    EXPECT_EQ(shown(2097152.25F), "2097152.2");
     EXPECT_EQ(shown(9007199254740993.0), "9007199254740992");
     EXPECT_EQ(shown(1e23), "1" + Bytes(23, '0'));
     EXPECT_EQ(shown(0x1p-44), "0.00000000000005684341886080802");
