@@ -20,13 +20,9 @@ class Dialect {
 
     [[nodiscard]] virtual std::string_view name() const = 0;
 
-    // A name between quotes, quotes in it doubled.  Any name but one with a
-    // zero byte, which no dictionary can hold.
-    [[nodiscard]] std::string quote(std::string_view name) const;
-
-    // A text literal between quotes; for catalogue queries and comments, never
-    // for data.
-    [[nodiscard]] static std::string literal(std::string_view text);
+    // A name between quotes, quotes in it doubled: any name without a zero
+    // byte, reserved words too.
+    [[nodiscard]] static std::string quote(std::string_view name);
 
     // The type of a column, with its collation where the order of bytes needs
     // one.
@@ -35,10 +31,10 @@ class Dialect {
     // Parameter number n, 0-based.
     [[nodiscard]] virtual std::string parameter(size_t n) const = 0;
 
-    // An insert of `rows` rows of these columns, all parameters, row by row.
-    [[nodiscard]] virtual std::string insert(std::string_view table,
-                                             std::span<const std::string> columns,
-                                             size_t rows) const = 0;
+    // An insert of `rows` rows into these columns (already quoted), every value
+    // a parameter, row by row.
+    [[nodiscard]] std::string insert(std::string_view table, std::span<const std::string> columns,
+                                     size_t rows) const;
 
     // The column that numbers the rows in the order of insertion where the
     // table has no record number of its own, quoted.
@@ -47,11 +43,12 @@ class Dialect {
     // Its declaration in a table, empty when the database brings it unasked.
     [[nodiscard]] virtual std::string row_number_declaration() const = 0;
 
-    // What a record number that is the table's key is declared as.
-    [[nodiscard]] virtual std::string record_number_type() const = 0;
+    // Whether the columns of a primary key may be null; a unique constraint
+    // takes its place where they may not.
+    [[nodiscard]] virtual bool has_nullable_primary_key() const = 0;
 
-    // "PRIMARY KEY" where its columns may be null, else "UNIQUE".
-    [[nodiscard]] virtual std::string_view nullable_primary_key() const = 0;
+ protected:
+    [[nodiscard]] virtual std::string_view insert_verb() const = 0;
 };
 
 // "sqlite" or "postgresql", without case; null for another name.

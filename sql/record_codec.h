@@ -22,7 +22,7 @@
 
 namespace sql {
 
-struct RecordPlan;  // the compiled form, codec_plan.h
+struct RecordPlan;  // the compiled form
 
 // What decode() found out about one record.
 struct DecodedRecord {
@@ -63,6 +63,10 @@ class RecordCodec {
     // other bytes stay.  `image` as above.
     Status encode_over(Bytes exact, std::span<const Value> values, std::span<unsigned char> image,
                        size_t *length) const;
+
+    // encode_over() where `exact` is a blob, encode() where it is null.
+    Status restore(std::span<const Value> values, const Value &exact,
+                   std::span<unsigned char> image, size_t *length) const;
 
     // Bytes of key k of a record; where the record is too short for a segment,
     // blanks.  `out` takes key_length(k) bytes.

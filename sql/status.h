@@ -29,6 +29,7 @@ enum class ErrorKind : uint8_t {
     kMismatch,       // the table does not have the columns of the dictionary
     kBadDictionary,  // a dictionary that cannot become a table
     kBadRecord,      // a record or a value that cannot be stored as asked
+    kInterrupted,    // Connection::interrupt
     kUsage,          // a malformed URL, a call out of order
     kInternal,       // SQL that the database refuses though this layer wrote it
 };

@@ -45,6 +45,7 @@ struct Column {
     uint32_t decimals = 0;    // kDecimal: digits behind the point
     uint32_t characters = 0;  // kText: how many fit
     size_t key = 0;           // kKeyBytes: index in TableLayout::keys
+    bool is_sole_primary_key = false;
 
     // kField: the bytes of the record and what they mean (a_address is 0).
     uint32_t offset = 0;
@@ -75,7 +76,8 @@ struct TableLayout {
     uint32_t max_record = 0;
     uint32_t min_record = 0;
     XfdCvtInfo settings{};
-    // Fields first, in the order of the dictionary, then the others.
+    int code_page = 0;  // of the texts in the record
+    // At least one column; fields first, in the order of the dictionary, then the others.
     std::vector<Column> columns;
     size_t field_count = 0;
     std::vector<Key> keys;         // keys[0] is the primary one
@@ -99,8 +101,14 @@ Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *ou
 // The table alone, with its primary key; no semicolon behind it.
 std::string create_table_sql(const TableLayout &layout, const Dialect &dialect);
 
-// Everything that follows the table: one statement an element, no semicolons.
-std::vector<std::string> create_index_sql(const TableLayout &layout, const Dialect &dialect);
+// An index and the statement that makes it, no semicolon behind it.
+struct IndexSql {
+    std::string sql;
+    std::vector<size_t> columns;  // in TableLayout::columns
+};
+
+// Everything that follows the table.
+std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &dialect);
 
 // All statements for a person or a script, each closed by ";" and a newline.
 std::string ddl_script(const TableLayout &layout, const Dialect &dialect);

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+//
+// The statements that make the table of a layout.
+#include <string>
+#include <vector>
+
+#include "sql/dialect.h"
+#include "sql/table_columns.h"
+#include "sql/table_layout.h"
+
+namespace sql {
+namespace {
+
+// Whether the first key is a constraint of the table itself.
+bool has_primary_key(const TableLayout &layout) {
+    return layout.record_number == TableLayout::kNone && !layout.keys.empty() &&
+           layout.keys[0].unique && !layout.keys[0].columns.empty();
+}
+
+}  // namespace
+
+std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) {
+    std::string text = "CREATE TABLE " + Dialect::quote(layout.table) + " (";
+    const char *separator = "\n    ";
+    const auto line = [&](const std::string &part) {
+        text += separator + part;
+        separator = ",\n    ";
+    };
+    for (const Column &column : layout.columns) {
+        const char *suffix = column.role == ColumnRole::kRecordNumber ? " PRIMARY KEY" : "";
+        line(Dialect::quote(column.name) + " " + dialect.type_of(column) + suffix);
+    }
+    if (layout.record_number == TableLayout::kNone && !dialect.row_number_declaration().empty()) {
+        line(dialect.row_number_declaration());
+    }
+    if (has_primary_key(layout)) {
+        line((dialect.has_nullable_primary_key() ? "PRIMARY KEY (" : "UNIQUE (") +
+             quoted_names(layout, layout.keys[0].columns) + ")");
+    }
+    return text + "\n)";
+}
+
+std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &) {
+    std::vector<IndexSql> indexes;
+    const auto add = [&](const Key &key, const char *suffix, std::vector<size_t> columns,
+                         const std::string &condition) {
+        std::string sql = key.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
+        sql += Dialect::quote(key.index_name + suffix) + " ON " + Dialect::quote(layout.table) +
+               " (" + quoted_names(layout, columns) + ")" + condition;
+        indexes.push_back({std::move(sql), std::move(columns)});
+    };
+    for (size_t k = 0; k < layout.keys.size(); k++) {
+        const Key &key = layout.keys[k];
+        if (key.columns.empty()) {
+            add(key, "", {key.bytes_column}, "");
+            continue;
+        }
+        if (k > 0 || !has_primary_key(layout)) {
+            add(key, "", key.columns, "");
+        }
+        add(key, "_bytes", {key.bytes_column},
+            " WHERE " + quoted_names(layout, {key.bytes_column}) + " IS NOT NULL");
+    }
+    return indexes;
+}
+
+std::string ddl_script(const TableLayout &layout, const Dialect &dialect) {
+    std::string text = create_table_sql(layout, dialect) + ";\n";
+    for (const IndexSql &index : create_index_sql(layout, dialect)) {
+        text += index.sql + ";\n";
+    }
+    return text;
+}
+
+}  // namespace sql

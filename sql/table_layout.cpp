@@ -1,0 +1,331 @@
+// SPDX-License-Identifier: MIT
+//
+// Which table a dictionary becomes.  docs/formats/table-layout.md has the rules
+// for readers.
+#include "sql/table_layout.h"
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "host/charset.h"
+#include "sql/field_types.h"
+#include "sql/record_text.h"
+
+namespace sql {
+namespace {
+
+// The least of what the databases take; SQLite's default.
+constexpr size_t kMaxColumns = 2000;
+// Keys whose columns may stand for their bytes; DecodedRecord has a bit for each.
+constexpr size_t kMaxColumnKeys = 32;
+// Level of the field that a loader adds behind a relative record for its number.
+constexpr uint16_t kRelativeKeyLevel = 999;
+
+Status bad_dictionary(const std::string &text) {
+    return {ErrorKind::kBadDictionary, text};
+}
+
+std::string folded(std::string_view name) {
+    std::string out(name);
+    std::ranges::transform(out, out.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return out;
+}
+
+bool is_ascii(std::string_view name) {
+    return std::ranges::all_of(name, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// A name of the dictionary in UTF-8.
+std::string name_in_utf8(std::string_view name) {
+    if (is_ascii(name)) {
+        return std::string(name);
+    }
+    std::string out(name.size() * 4, '\0');
+    const int32_t size = ZCOBOLCharSetToUTF8(name.data(), static_cast<int32_t>(name.size()),
+                                             out.data(), static_cast<int32_t>(out.size()));
+    out.resize(std::clamp<size_t>(static_cast<size_t>(std::max(size, 0)), 0, out.size()));
+    return out;
+}
+
+class LayoutMaker {
+ public:
+    LayoutMaker(const Xfd &xfd, const LayoutOptions &options) : xfd_(xfd), options_(options) {}
+
+    Status make(TableLayout *out) {
+        for (const auto step : {&LayoutMaker::name_table, &LayoutMaker::add_fields,
+                                &LayoutMaker::add_keys, &LayoutMaker::add_other_columns}) {
+            if (Status status = (this->*step)(); !status.ok()) {
+                return status.within("dictionary of \"" + name_in_utf8(xfd_.x_select_name) + "\"");
+            }
+        }
+        *out = std::move(layout_);
+        return {};
+    }
+
+ private:
+    Status name_table();
+    Status add_fields();
+    Status add_field(const XfdField &field);
+    Status add_keys();
+    Status add_other_columns();
+    std::string free_name(const std::string &wanted);
+    bool cover(const Key &key, size_t segment, uint32_t at, std::vector<size_t> *columns);
+    [[nodiscard]] bool sorts_as_bytes(const Column &column) const;
+    [[nodiscard]] bool has_relative_key_field() const;
+
+    const Xfd &xfd_;
+    const LayoutOptions &options_;
+    TableLayout layout_;
+    std::set<std::string> names_;  // folded
+    std::optional<CodePage> code_page_;
+    size_t cover_steps_ = 0;
+    uint32_t field_bytes_ = 0;
+};
+
+bool LayoutMaker::has_relative_key_field() const {
+    if (xfd_.x_file_type != XFD_RELATIVE || xfd_.x_n_total_fields == 0 ||
+        xfd_.x_n_total_fields > xfd_.x_n_fields_alloc) {
+        return false;
+    }
+    const XfdField &last = xfd_.x_fdesc[xfd_.x_n_total_fields - 1];
+    return last.fd_level == kRelativeKeyLevel && last.fd_name[0] != '\0' &&
+           last.fd_argument.a_size <= xfd_.x_max_rec_size &&
+           last.fd_offset == xfd_.x_max_rec_size - last.fd_argument.a_size;
+}
+
+Status LayoutMaker::name_table() {
+    const char *name = xfd_.x_table_name[0] != '\0' ? xfd_.x_table_name : xfd_.x_select_name;
+    layout_.table = name_in_utf8(name);
+    if (layout_.table.empty()) {
+        return bad_dictionary("it names neither a table nor a file");
+    }
+    layout_.file_type = xfd_.x_file_type;
+    layout_.max_record = xfd_.x_max_rec_size;
+    layout_.min_record = std::min(xfd_.x_min_rec_size, xfd_.x_max_rec_size);
+    constexpr uint32_t kMaxRecord = 64U << 20;
+    if (layout_.max_record == 0 || layout_.max_record > kMaxRecord) {
+        return bad_dictionary("its record size is " + std::to_string(layout_.max_record) +
+                              " bytes; 1 to " + std::to_string(kMaxRecord) + " are possible");
+    }
+    layout_.settings =
+        xfd_.x_cvt_info != nullptr ? *xfd_.x_cvt_info : XfdCvtInfo{0, 40, 25, 11, '.', ',', 0};
+    layout_.code_page = code_page_of_encoding(layout_.settings.cv_encoding, ZGetCOBOLCharSet());
+    code_page_.emplace(layout_.code_page);
+    return {};
+}
+
+Status LayoutMaker::add_fields() {
+    uint32_t wanted = xfd_.x_n_total_fields;
+    if (has_relative_key_field()) {
+        // The record number column takes its place.
+        const uint32_t size = xfd_.x_fdesc[wanted - 1].fd_argument.a_size;
+        layout_.max_record -= size;
+        layout_.min_record = std::min(layout_.min_record, layout_.max_record);
+        wanted--;
+    }
+    uint32_t found = 0;
+    for (uint32_t slot = 0; found < wanted; slot++) {
+        if (slot >= xfd_.x_n_fields_alloc || xfd_.x_fdesc[slot].fd_name[0] == '\0') {
+            return bad_dictionary("it is cut short: field " + std::to_string(found + 1) + " of " +
+                                  std::to_string(wanted) +
+                                  " could not be read; correct that field in the dictionary file");
+        }
+        // Group items that only the listed view shows have no column.
+        if (xfd_.x_fdesc[slot].fd_cond_num == XFD_LISTED_ONLY) {
+            continue;
+        }
+        if (Status status = add_field(xfd_.x_fdesc[slot]); !status.ok()) {
+            return status;
+        }
+        found++;
+    }
+    layout_.field_count = layout_.columns.size();
+    if (layout_.field_count == 0) {
+        return bad_dictionary("it has no fields");
+    }
+    return {};
+}
+
+Status LayoutMaker::add_field(const XfdField &field) {
+    Column column;
+    column.name = name_in_utf8(field.fd_name);
+    const std::string quoted = "field \"" + column.name + "\"";
+    if (field.fd_subtable[0] != '\0') {
+        return bad_dictionary(quoted + " belongs to the sub-table \"" +
+                              name_in_utf8(field.fd_subtable) +
+                              "\"; OCCURS groups with a table of their own are not supported");
+    }
+    if (!names_.insert(folded(column.name)).second) {
+        return bad_dictionary("two fields make the column \"" + column.name +
+                              "\"; give one of them another name");
+    }
+    const ZArgument &data = field.fd_argument;
+    if (field.fd_offset > layout_.max_record ||
+        data.a_size > layout_.max_record - field.fd_offset) {
+        return bad_dictionary(quoted + " is " + std::to_string(data.a_size) + " bytes at offset " +
+                              std::to_string(field.fd_offset) + ", outside the record of " +
+                              std::to_string(layout_.max_record) + " bytes");
+    }
+    if (layout_.columns.size() == kMaxColumns) {
+        return bad_dictionary("it has more than " + std::to_string(kMaxColumns) + " fields");
+    }
+    // Fields may redefine each other; all of them together stay within memory.
+    constexpr uint32_t kMaxFieldBytes = 64U << 20;
+    if (data.a_size > kMaxFieldBytes - field_bytes_) {
+        return bad_dictionary("its fields take more than " + std::to_string(kMaxFieldBytes) +
+                              " bytes");
+    }
+    field_bytes_ += data.a_size;
+    column.offset = field.fd_offset;
+    column.data = data;
+    column.data.a_address = 0;
+    const FieldShape shape = shape_of(data);
+    if (shape.is_number) {
+        column.type = is_integer(shape) ? ColumnType::kInteger : ColumnType::kDecimal;
+        column.decimals = shape.scale < 0 ? static_cast<uint32_t>(-shape.scale) : 0;
+        const uint32_t zeros = shape.scale > 0 ? static_cast<uint32_t>(shape.scale) : 0;
+        column.digits = std::max(shape.digits + zeros, std::max(column.decimals, 1U));
+    } else if (shape.storage == Storage::kFloat) {
+        column.type = ColumnType::kReal;
+    } else if (shape.storage == Storage::kBytes) {
+        column.type = ColumnType::kBlob;
+    } else {
+        const bool is_national =
+            shape.storage == Storage::kNational || shape.storage == Storage::kNationalRight;
+        column.characters = std::max(is_national ? data.a_size / 2 : data.a_size, 1U);
+    }
+    layout_.columns.push_back(std::move(column));
+    return {};
+}
+
+bool LayoutMaker::sorts_as_bytes(const Column &column) const {
+    const FieldShape shape = shape_of(column.data);
+    if (shape.is_number) {
+        return is_integer(shape) && sorts_by_bytes(shape, layout_.settings);
+    }
+    return shape.storage == Storage::kText && code_page_->is_ascii();
+}
+
+// Fields that lie one behind the other from `at` to the end of the segments,
+// found by trying: where items redefine each other there may be several rows of
+// them, and not each gets to the end.
+bool LayoutMaker::cover(const Key &key, size_t segment, uint32_t at, std::vector<size_t> *columns) {
+    constexpr size_t kMaxSteps = 100000;
+    const KeySegment &wanted = key.segments[segment];
+    if (at == wanted.offset + wanted.length) {
+        return segment + 1 == key.segments.size() ||
+               cover(key, segment + 1, key.segments[segment + 1].offset, columns);
+    }
+    for (size_t i = 0; i < layout_.field_count; i++) {
+        const Column &column = layout_.columns[i];
+        if (++cover_steps_ > kMaxSteps) {
+            return false;
+        }
+        const uint32_t size = column.data.a_size;
+        if (column.offset != at || size == 0 || size > wanted.offset + wanted.length - at ||
+            !sorts_as_bytes(column) || std::ranges::find(*columns, i) != columns->end()) {
+            continue;
+        }
+        columns->push_back(i);
+        if (cover(key, segment, at + size, columns)) {
+            return true;
+        }
+        columns->pop_back();
+    }
+    return false;
+}
+
+Status LayoutMaker::add_keys() {
+    // A relative file's key is its record number; other keys of one that has
+    // the number as a field are that field.
+    if (has_relative_key_field()) {
+        return {};
+    }
+    for (size_t k = 0; k < xfd_.x_n_keys; k++) {
+        const XfdKey &from = xfd_.x_key_desc[k];
+        const std::string quoted = "key " + std::to_string(k + 1);
+        Key key;
+        key.unique = from.k_duplicates == 0;
+        key.index_name = layout_.table + "_key_" + std::to_string(k + 1);
+        if (from.k_seg_count < 1 || from.k_seg_count > XFD_MAX_SEGMENTS) {
+            return bad_dictionary(quoted + " has " + std::to_string(from.k_seg_count) +
+                                  " segments; 1 to " + std::to_string(XFD_MAX_SEGMENTS) +
+                                  " are possible");
+        }
+        for (size_t s = 0; s < from.k_seg_count; s++) {
+            const KeySegment segment{from.k_seg_offset[s], from.k_seg_length[s]};
+            if (segment.length == 0 || segment.offset > layout_.max_record ||
+                segment.length > layout_.max_record - segment.offset) {
+                return bad_dictionary(quoted + ": segment " + std::to_string(s + 1) + " is " +
+                                      std::to_string(segment.length) + " bytes at offset " +
+                                      std::to_string(segment.offset) + ", outside the record of " +
+                                      std::to_string(layout_.max_record) + " bytes");
+            }
+            key.segments.push_back(segment);
+        }
+        cover_steps_ = 0;
+        if (k >= kMaxColumnKeys || !cover(key, 0, key.segments[0].offset, &key.columns)) {
+            key.columns.clear();
+        }
+        layout_.keys.push_back(std::move(key));
+    }
+    return {};
+}
+
+// `wanted`, or that with the first number behind it that makes it a new name.
+std::string LayoutMaker::free_name(const std::string &wanted) {
+    std::string name = wanted;
+    for (size_t n = 2; !names_.insert(folded(name)).second; n++) {
+        name = wanted + "_" + std::to_string(n);
+    }
+    return name;
+}
+
+Status LayoutMaker::add_other_columns() {
+    if (layout_.file_type != XFD_INDEXED) {
+        Column column;
+        column.name = free_name("record_number");
+        column.role = ColumnRole::kRecordNumber;
+        column.type = ColumnType::kInteger;
+        column.digits = 18;
+        layout_.record_number = layout_.columns.size();
+        layout_.columns.push_back(std::move(column));
+    } else if (!layout_.keys.empty() && layout_.keys[0].unique &&
+               layout_.keys[0].columns.size() == 1) {
+        layout_.columns[layout_.keys[0].columns[0]].is_sole_primary_key = true;
+    }
+    for (size_t k = 0; k < layout_.keys.size(); k++) {
+        Column column;
+        column.name = free_name("key_" + std::to_string(k + 1) + "_bytes");
+        column.role = ColumnRole::kKeyBytes;
+        column.type = ColumnType::kBlob;
+        column.key = k;
+        layout_.keys[k].bytes_column = layout_.columns.size();
+        layout_.columns.push_back(std::move(column));
+    }
+    if (options_.keep_exact) {
+        Column column;
+        column.name = free_name("exact_record");
+        column.role = ColumnRole::kExactRecord;
+        column.type = ColumnType::kBlob;
+        layout_.exact_record = layout_.columns.size();
+        layout_.columns.push_back(std::move(column));
+    }
+    if (layout_.columns.size() > kMaxColumns) {
+        return bad_dictionary("its table would have " + std::to_string(layout_.columns.size()) +
+                              " columns; " + std::to_string(kMaxColumns) + " are possible");
+    }
+    return {};
+}
+
+}  // namespace
+
+Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out) {
+    return LayoutMaker(xfd, options).make(out);
+}
+
+}  // namespace sql

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+//
+// In the order of a key, rows come from two queries: those whose columns sort
+// as the bytes of the key do, by the columns, and the others by their key
+// bytes.  Each is in order; the lesser of the two heads is the next record.
+#include "sql/table_reader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sql/record_codec.h"
+#include "sql/table_columns.h"
+
+namespace sql {
+namespace {
+
+bool same_name(std::string_view a, std::string_view b) {
+    return std::ranges::equal(
+        a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+// Rows of one query and the record of the row it stands on.
+struct Stream {
+    std::unique_ptr<Statement> query;
+    std::vector<Value> row;
+    std::vector<unsigned char> image;
+    size_t length = 0;
+    std::vector<unsigned char> key;
+    bool has_record = false;
+    Status status;  // of that record
+};
+
+class Reader final : public TableReader {
+ public:
+    Reader(Connection &connection, const TableLayout &layout, size_t key)
+        : connection_(connection), layout_(layout), key_(key), codec_(layout_) {}
+
+    ~Reader() override { connection_.expect_bulk(false); }
+
+    Status start();
+    Status next(RecordView *record, bool *found) override;
+
+ private:
+    Status check_columns();
+    Status open_stream(const std::string &condition, const std::string &order);
+    Status advance(Stream &stream);
+    [[nodiscard]] size_t least_stream() const;
+
+    Connection &connection_;
+    const TableLayout layout_;
+    const size_t key_;
+    RecordCodec codec_;
+    bool has_exact_ = false;
+    std::vector<Stream> streams_;
+    size_t current_ = SIZE_MAX;  // the stream whose record was given last
+};
+
+Status Reader::start() {
+    if (key_ != kRecordOrder && key_ >= layout_.keys.size()) {
+        return {ErrorKind::kUsage, "there is no key " + std::to_string(key_ + 1) +
+                                       "; the file has " + std::to_string(layout_.keys.size())};
+    }
+    if (Status status = check_columns(); !status.ok()) {
+        return status;
+    }
+    connection_.expect_bulk(true);
+    const std::string number = number_column(layout_, connection_.dialect());
+    Status status;
+    if (key_ == kRecordOrder) {
+        status = open_stream("", number);
+    } else {
+        const Key &key = layout_.keys[key_];
+        const std::string bytes = quoted_names(layout_, {key.bytes_column});
+        if (!key.columns.empty()) {
+            status = open_stream(" WHERE " + bytes + " IS NULL",
+                                 quoted_names(layout_, key.columns) + ", " + number);
+        }
+        if (status.ok()) {
+            status = open_stream(key.columns.empty() ? "" : " WHERE " + bytes + " IS NOT NULL",
+                                 bytes + ", " + number);
+        }
+    }
+    for (Stream &stream : streams_) {
+        if (status.ok()) {
+            status = advance(stream);
+        }
+    }
+    return status;
+}
+
+Status Reader::check_columns() {
+    std::vector<std::string> present;
+    if (Status status = connection_.table_columns(layout_.table, &present); !status.ok()) {
+        return status;
+    }
+    if (present.empty()) {
+        return {ErrorKind::kNoSuchTable,
+                "the database has no table " + Dialect::quote(layout_.table)};
+    }
+    std::string missing;
+    for (const Column &column : layout_.columns) {
+        const bool is_there = std::ranges::any_of(
+            present, [&](const std::string &name) { return same_name(name, column.name); });
+        if (column.role == ColumnRole::kExactRecord) {
+            has_exact_ = is_there;
+        } else if (!is_there) {
+            missing += (missing.empty() ? "" : ", ") + Dialect::quote(column.name);
+        }
+    }
+    if (!missing.empty()) {
+        return {ErrorKind::kMismatch, "the table " + Dialect::quote(layout_.table) +
+                                          " is not of this dictionary: it has no column " +
+                                          missing};
+    }
+    return {};
+}
+
+Status Reader::open_stream(const std::string &condition, const std::string &order) {
+    std::vector<std::string> names = number_and_fields(layout_, connection_.dialect());
+    if (has_exact_) {
+        names.push_back(Dialect::quote(layout_.columns[layout_.exact_record].name));
+    }
+    Stream stream;
+    stream.row.resize(layout_.field_count + 2);  // without exact bytes the last stays null
+    stream.image.resize(layout_.max_record);
+    if (key_ != kRecordOrder) {
+        stream.key.resize(codec_.key_length(key_));
+    }
+    Status status =
+        connection_.prepare("SELECT " + joined(names) + " FROM " + Dialect::quote(layout_.table) +
+                                condition + " ORDER BY " + order,
+                            &stream.query);
+    streams_.push_back(std::move(stream));
+    return status;
+}
+
+// Moves a stream to its next row and makes the record of it.
+Status Reader::advance(Stream &stream) {
+    const size_t columns = layout_.field_count + (has_exact_ ? 2 : 1);
+    if (Status status =
+            stream.query->fetch(std::span(stream.row).first(columns), &stream.has_record);
+        !status.ok() || !stream.has_record) {
+        return status;
+    }
+    const std::span<const Value> row(stream.row);
+    stream.length = 0;
+    stream.status = codec_.restore(row.subspan(1, layout_.field_count), row.back(), stream.image,
+                                   &stream.length);
+    if (key_ != kRecordOrder && streams_.size() > 1) {
+        codec_.key_bytes(key_, {stream.image.data(), stream.length}, stream.key.data());
+    }
+    return {};
+}
+
+size_t Reader::least_stream() const {
+    size_t least = SIZE_MAX;
+    for (size_t i = 0; i < streams_.size(); i++) {
+        if (streams_[i].has_record &&
+            (least == SIZE_MAX || std::memcmp(streams_[i].key.data(), streams_[least].key.data(),
+                                              streams_[i].key.size()) < 0)) {
+            least = i;
+        }
+    }
+    return least;
+}
+
+Status Reader::next(RecordView *record, bool *found) {
+    *found = false;
+    if (current_ != SIZE_MAX) {
+        if (Status status = advance(streams_[current_]); !status.ok()) {
+            return status;
+        }
+    }
+    current_ = least_stream();
+    if (current_ == SIZE_MAX) {
+        return {};
+    }
+    const Stream &stream = streams_[current_];
+    *found = true;
+    record->number = static_cast<uint64_t>(stream.row[0].as_integer());
+    record->bytes = {stream.image.data(), stream.length};
+    return stream.status.within("record " + std::to_string(record->number));
+}
+
+}  // namespace
+
+Status TableReader::open(Connection &connection, const TableLayout &layout, size_t key,
+                         std::unique_ptr<TableReader> *out) {
+    auto reader = std::make_unique<Reader>(connection, layout, key);
+    Status status = reader->start();
+    if (status.ok()) {
+        *out = std::move(reader);
+    }
+    return status;
+}
+
+size_t default_order(const TableLayout &layout) {
+    return layout.record_number == TableLayout::kNone && !layout.keys.empty()
+               ? 0
+               : TableReader::kRecordOrder;
+}
+
+}  // namespace sql
