@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "fsi/4gl/kst4gl/build_field.h"
+#include "fsi/4gl/kst4gl/conditions.h"
 #include "fsi/4gl/kst4gl/model.h"
 #include "fsi/base/owner.h"
 #include "fsi/base/text.h"
@@ -291,13 +292,15 @@ LoadStatus load_field(Load &load, TextLines &line, bool *is_marked_hidden, uint3
     field.type = line.number<uint16_t>(2, "type of a field");
     field.digits = line.number<uint32_t>(3, "digits of a field");
     field.scale = line.number<int8_t>(4, "scale of a field", INT8_MAX, INT8_MIN);
-    field.user_flags = line.number<uint32_t>(5, "flags of a field");
+    field.user_flags = line.number<uint32_t>(5, "user-flags value of a field");
     field.condition = line.number<uint16_t>(6, "condition of a field");
     uint32_t next = 7;
     if (load.xfd->x_version >= kVersionWithListedView)
         field.level = static_cast<uint16_t>(line.integer(next++));
     if (line.status() != LoadStatus::kDone)
         return line.status();
+    if (is_numeric_type(field.type) && field.digits > UINT8_MAX)
+        return refuse("a numeric field has at most %d digits, not %u", UINT8_MAX, field.digits);
     if (field.condition == XFD_LISTED_ONLY && !load.lists_all)
         return LoadStatus::kDone;
 
