@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// wbfsi: COBOL file dictionaries shown and located, their records moved into a
+// database and back.  This file holds the table of commands and turns options and
+// exceptions into exit statuses; the commands have a file each.
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <vector>
+
+#include "tool/command.h"
+#include "tool/session.h"
+#include "tool/version.h"
+
+namespace {
+
+struct CommandRow {
+    const char *name;
+    const char *summary;
+    tool::Declare declare;
+};
+
+constexpr CommandRow kCommands[] = {
+    {"show", "Print a dictionary: identity, keys, conditions, fields, record ruler",
+     tool::declare_show},
+    {"locate", "Say which dictionary files were tried and which one was taken",
+     tool::declare_locate},
+    {"ddl", "Print the CREATE statements of a dictionary's table and indexes", tool::declare_ddl},
+    {"load", "Move the records of a file into a database table", tool::declare_load},
+    {"unload", "Write the records of a database table to a file", tool::declare_unload},
+};
+
+struct Command {
+    CLI::App *app = nullptr;
+    tool::Action action;
+    tool::Settings settings;
+};
+
+int fail(const std::string &command, const std::string &text, int status) {
+    std::cout.flush();
+    std::cerr << "wbfsi " << command << ": " << text << '\n';
+    return status;
+}
+
+int run(Command &command) {
+    const tool::Session session;
+    command.settings.apply();
+    const int status = command.action();
+    std::cout.flush();
+    if (!std::cout) {
+        throw tool::Failure("the output cannot be written");
+    }
+    return status;
+}
+
+// Prints help and version to the output; everything else CLI11 reports is a
+// mistake in the command line.
+int report_parse_error(const CLI::App &app, const CLI::ParseError &error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        app.exit(error);
+        std::cout.flush();
+        return std::cout ? tool::kDone : tool::kFatal;
+    }
+    std::string where = "wbfsi";
+    for (const CLI::App *sub : app.get_subcommands()) {
+        where += " " + sub->get_name();
+    }
+    std::cerr << where << ": " << error.what() << "; \"" << where << " --help\" shows the usage\n";
+    return tool::kFatal;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app("COBOL files in SQL databases: dictionaries, tables, records.", "wbfsi");
+    app.set_version_flag("--version", tool::version_line());
+    app.require_subcommand(1);
+    app.footer(
+        "Exit status: 0 done, 1 differences or not found, 2 usage or fatal error,\n"
+        "3 some records rejected.  The manual page wbfsi(1) says more.");
+
+    std::vector<Command> commands(std::size(kCommands));
+    for (size_t i = 0; i < commands.size(); i++) {
+        CLI::App *sub = app.add_subcommand(kCommands[i].name, kCommands[i].summary);
+        sub->set_version_flag("--version", tool::version_line());
+        commands[i].app = sub;
+        commands[i].action = kCommands[i].declare(*sub);
+        commands[i].settings.declare(*sub);
+    }
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return report_parse_error(app, error);
+    }
+    for (Command &command : commands) {
+        if (!command.app->parsed()) {
+            continue;
+        }
+        const std::string name = command.app->get_name();
+        try {
+            return run(command);
+        } catch (const tool::Failure &failure) {
+            return fail(name, failure.what(), failure.status());
+        } catch (const std::exception &error) {
+            return fail(name, error.what(), tool::kFatal);
+        }
+    }
+    return tool::kFatal;
+}
