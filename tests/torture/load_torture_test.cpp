@@ -111,14 +111,14 @@ TEST_F(LoadTorture, RefusalWhileTheOnlyFileOpensIsNoMemory) {
     for (int n = 1;; ++n) {
         ASSERT_LT(n, 1000);
         ZMemoryRefuse(n, 1);
-        const OwnedXfd xfd(Z4ParseXFD("FILE", 0, 30));
+        const OwnedXfd xfd(Z4ParseXFD("File", 0, 30));
         const bool was_refused = ZMemoryRefused() != 0;
         ZMemoryRefuse(0, 0);
         if (!was_refused)
             break;
         EXPECT_EQ(xfd, nullptr) << n;
         const std::string reported = file_error();
-        if (reported == "14 0 12 'Unable to open XFD file for 'FILE', error = 12'")
+        if (reported == "14 0 12 'Unable to open XFD file for 'File', error = 12'")
             ++opening;
         else
             EXPECT_EQ(reported, "14 0 12 ''") << n;
