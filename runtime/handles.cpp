@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
-// The handle table.  A handle is a slot index with the slot's generation above
-// it; a slot holds the record's address and the number under which it was given
-// out, so that a look-up is one bounds check and one comparison.
+// The handle table.  A handle is a slot number with the slot's generation above
+// it.  Slots stand in chunks that never move, found through a directory; what a
+// look-up needs of a slot, the number it was given out as and the record's
+// address, is kept apart from the rest: two loads and one comparison.
 #include "host/handles.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "host/memory.h"
@@ -14,22 +16,30 @@ namespace {
 constexpr const char *kSource = "runtime/handles";
 constexpr unsigned kIndexBits = 24;
 constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
-// Slot 0 is never given out, so that no handle is 0; the last index neither, so
-// that none is 0xFFFFFFFF.
+constexpr uint32_t kChunkSlots = 1024;
+// Slot 0 is never given out, so that no handle is 0, nor is the last one, so that
+// none is 0xFFFFFFFF.
 constexpr uint32_t kMaxSlots = kIndexMask;
-constexpr uint32_t kOwnSlots = 1024;
 // A freed slot waits until this many are free: together with the generation a
 // number comes back after kMinFree * 256 other frees at the earliest.
-constexpr uint32_t kMinFree = kOwnSlots / 2;
+constexpr uint32_t kMinFree = kChunkSlots / 2;
 constexpr int kMaxTypes = 256;
 
 struct Slot {
     void *record;    // null in a free slot
     ZHandle handle;  // what the slot was given out as; in a free slot what it will be
-    uint32_t next;   // of its type; in a free slot the next free one
+};
+
+struct Links {
+    uint32_t next;  // slot of the same type; in a free slot the next free one
     uint32_t previous;
     uint16_t type;
     bool is_dying;  // its destroy routine is running
+};
+
+struct Chunk {
+    Slot slots[kChunkSlots];
+    Links links[kChunkSlots];
 };
 
 struct Type {
@@ -39,9 +49,9 @@ struct Type {
     uint32_t count;  // with those that are being destroyed
 };
 
-Slot own_slots[kOwnSlots];
-Slot *slots = own_slots;
-uint32_t slot_capacity = kOwnSlots;
+// The first chunk is always there: a host with few handles holds no block for them.
+Chunk first_chunk;
+Chunk *directory[(kIndexMask + 1) / kChunkSlots] = {&first_chunk};
 uint32_t slots_used = 1;  // slots that were ever given out, and slot 0
 uint32_t live_count;
 uint32_t free_count;
@@ -50,67 +60,74 @@ uint32_t last_free;
 uint8_t fresh_generation = 1;
 Type types[kMaxTypes + 1];
 
-Slot *find(ZHandle handle) {
+Slot &slot_at(uint32_t index) {
+    return directory[index / kChunkSlots]->slots[index % kChunkSlots];
+}
+
+Links &links_at(uint32_t index) {
+    return directory[index / kChunkSlots]->links[index % kChunkSlots];
+}
+
+// The record of a live handle: a free slot has none, and the number it holds was
+// not given out yet.
+void *record_of(ZHandle handle) {
     const uint32_t index = handle & kIndexMask;
-    if (index >= slots_used || slots[index].handle != handle || slots[index].record == nullptr) {
+    const Chunk *chunk = directory[index / kChunkSlots];
+    if (chunk == nullptr) {
         return nullptr;
     }
-    return &slots[index];
+    const Slot &slot = chunk->slots[index % kChunkSlots];
+    return slot.handle == handle ? slot.record : nullptr;
 }
 
 bool is_declared(int type) {
     return type > 0 && type <= kMaxTypes && types[type].is_declared;
 }
 
-bool grow() {
-    if (slot_capacity == kMaxSlots) {
-        return false;
-    }
-    const uint32_t capacity = slot_capacity < kMaxSlots / 2 ? slot_capacity * 2 : kMaxSlots;
-    Slot *old = slots == own_slots ? nullptr : slots;
-    auto *grown =
-        static_cast<Slot *>(Zrealloc(old, capacity * sizeof(Slot), "Handle table", kSource));
-    if (grown == nullptr) {
-        return false;
-    }
-    if (old == nullptr) {
-        memcpy(grown, own_slots, sizeof(own_slots));
-    }
-    slots = grown;
-    slot_capacity = capacity;
-    return true;
-}
-
-// Back to the table's own slots when no handle is left, so that an idle host
+// When no handle is left the chunks behind the first go, so that an idle host
 // holds no block.  Slots that come later start behind every generation so far.
 void shrink() {
-    if (slots == own_slots) {
+    if (slots_used <= kChunkSlots) {
         return;
     }
-    uint8_t newest = fresh_generation;
-    for (uint32_t i = kOwnSlots; i < slots_used; ++i) {
-        const auto generation = static_cast<uint8_t>(slots[i].handle >> kIndexBits);
-        newest = static_cast<uint8_t>(generation - newest) < 128 ? generation : newest;
+    for (uint32_t i = kChunkSlots; i < slots_used; ++i) {
+        const auto generation = static_cast<uint8_t>(slot_at(i).handle >> kIndexBits);
+        const auto ahead = static_cast<uint8_t>(generation - fresh_generation);
+        fresh_generation = ahead < 128 ? generation : fresh_generation;
     }
-    fresh_generation = newest;
-    memcpy(own_slots, slots, sizeof(own_slots));
-    Zfree(slots);
-    slots = own_slots;
-    slot_capacity = kOwnSlots;
-    slots_used = kOwnSlots;
-    free_count = kOwnSlots - 1;
+    for (uint32_t i = kChunkSlots; i < slots_used; i += kChunkSlots) {
+        Zfree(directory[i / kChunkSlots]);
+        directory[i / kChunkSlots] = nullptr;
+    }
+    slots_used = kChunkSlots;
+    free_count = kChunkSlots - 1;
     first_free = 1;
-    last_free = kOwnSlots - 1;
+    last_free = kChunkSlots - 1;
     for (uint32_t i = first_free; i < last_free; ++i) {
-        slots[i].next = i + 1;
+        links_at(i).next = i + 1;
     }
 }
 
-// A slot to give out, 0 without memory.
+// Makes sure that slot `slots_used` has its chunk.
+bool grow() {
+    if (slots_used == kMaxSlots) {
+        errno = ENOMEM;
+        return false;
+    }
+    Chunk *&chunk = directory[slots_used / kChunkSlots];
+    if (chunk == nullptr) {
+        chunk = static_cast<Chunk *>(Zmalloc(sizeof(Chunk), "Handle table", kSource));
+        if (chunk != nullptr) {
+            memset(chunk, 0, sizeof(Chunk));
+        }
+    }
+    return chunk != nullptr;
+}
+
+// A slot to give out, 0 without memory: a new one while few are free.
 uint32_t take_slot() {
-    if (free_count < kMinFree && slots_used <= kMaxSlots - 1 &&
-        (slots_used < slot_capacity || grow())) {
-        slots[slots_used].handle =
+    if (free_count < kMinFree && grow()) {
+        slot_at(slots_used).handle =
             static_cast<uint32_t>(fresh_generation) << kIndexBits | slots_used;
         return slots_used++;
     }
@@ -118,44 +135,39 @@ uint32_t take_slot() {
         return 0;
     }
     const uint32_t index = first_free;
-    first_free = slots[index].next;
+    first_free = links_at(index).next;
     --free_count;
     return index;
 }
 
 void give_back_slot(uint32_t index) {
-    Slot &slot = slots[index];
+    Slot &slot = slot_at(index);
     slot.record = nullptr;
-    slot.is_dying = false;
     slot.handle += 1U << kIndexBits;  // the generation wraps and leaves the index alone
-    slot.next = 0;
+    links_at(index) = {};
     if (free_count == 0) {
         first_free = index;
     } else {
-        slots[last_free].next = index;
+        links_at(last_free).next = index;
     }
     last_free = index;
     ++free_count;
 }
 
-void link(uint32_t index, Type &type) {
-    slots[index].previous = 0;
-    slots[index].next = type.first;
+void link(uint32_t index, int number) {
+    Type &type = types[number];
+    links_at(index) = {type.first, 0, static_cast<uint16_t>(number), false};
     if (type.first != 0) {
-        slots[type.first].previous = index;
+        links_at(type.first).previous = index;
     }
     type.first = index;
 }
 
 void unlink(uint32_t index, Type &type) {
-    const Slot &slot = slots[index];
-    if (slot.previous == 0) {
-        type.first = slot.next;
-    } else {
-        slots[slot.previous].next = slot.next;
-    }
-    if (slot.next != 0) {
-        slots[slot.next].previous = slot.previous;
+    const Links &links = links_at(index);
+    (links.previous == 0 ? type.first : links_at(links.previous).next) = links.next;
+    if (links.next != 0) {
+        links_at(links.next).previous = links.previous;
     }
 }
 
@@ -184,8 +196,8 @@ ZHandle HBUILDV(int type, const char *tag, const char *source) {
     if (!is_declared(type)) {
         return 0;
     }
-    Type &declared = types[type];
-    void *record = Zmalloc(declared.declared.record_size, tag, source);
+    const size_t record_size = types[type].declared.record_size;
+    void *record = Zmalloc(record_size, tag, source);
     if (record == nullptr) {
         return 0;
     }
@@ -194,24 +206,20 @@ ZHandle HBUILDV(int type, const char *tag, const char *source) {
         Zfree(record);
         return 0;
     }
-    memset(record, 0, declared.declared.record_size);
-    Slot &slot = slots[index];
-    slot.record = record;
-    slot.type = static_cast<uint16_t>(type);
-    link(index, declared);
-    ++declared.count;
+    memset(record, 0, record_size);
+    link(index, type);
+    ++types[type].count;
     ++live_count;
-    return slot.handle;
+    slot_at(index).record = record;
+    return slot_at(index).handle;
 }
 
 void *H_lock(ZHandle handle) {
-    const uint32_t index = handle & kIndexMask;
-    return index < slots_used && slots[index].handle == handle ? slots[index].record : nullptr;
+    return record_of(handle);
 }
 
 int H_type(ZHandle handle) {
-    const Slot *slot = find(handle);
-    return slot == nullptr ? 0 : slot->type;
+    return record_of(handle) == nullptr ? 0 : links_at(handle & kIndexMask).type;
 }
 
 ZHandle H_next(ZHandle previous, int type) {
@@ -220,32 +228,34 @@ ZHandle H_next(ZHandle previous, int type) {
     }
     uint32_t index = types[type].first;
     if (previous != 0) {
-        const Slot *slot = find(previous);
-        if (slot == nullptr || slot->is_dying || slot->type != type) {
+        if (H_type(previous) != type) {
             return 0;
         }
-        index = slot->next;
+        index = links_at(previous & kIndexMask).next;
     }
-    return index == 0 ? 0 : slots[index].handle;
+    return index == 0 ? 0 : slot_at(index).handle;
 }
 
 int H_FREE(ZHandle handle) {
-    const Slot *slot = find(handle);
-    if (slot == nullptr || slot->is_dying) {
+    void *record = record_of(handle);
+    if (record == nullptr) {
         return 0;
     }
     const uint32_t index = handle & kIndexMask;
-    const int number = slot->type;
-    Type &type = types[number];
-    unlink(index, type);
-    slots[index].is_dying = true;
-    void *record = slots[index].record;
+    Links &links = links_at(index);
+    if (links.is_dying) {
+        return 0;
+    }
+    Type &type = types[links.type];
+    links.is_dying = true;
     if (type.declared.kind == 2 && type.declared.destroy != nullptr) {
         type.declared.destroy(handle, record);
     }
-    give_back_slot(index);  // by index: the routine may have built handles and moved the table
-    Zfree(record);
+    // Only now: while the routine runs the handle is left, for those who ask H_next.
+    unlink(index, type);
     --type.count;
+    give_back_slot(index);
+    Zfree(record);
     if (--live_count == 0) {
         shrink();
     }

@@ -269,7 +269,7 @@ bool resize_large(Page *page, size_t size) {
     if (size <= kMaxSmall) {
         return false;
     }
-    if (size <= room && size >= room / 2) {
+    if (size <= room && (size >= room / 2 || size >= page->block_size)) {
         return true;
     }
     return page->units > 0 && fits_in_run(size) && resize_units(page, units_for(size));

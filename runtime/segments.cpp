@@ -8,7 +8,7 @@
 #include <bit>
 #include <cassert>
 #include <cerrno>
-#include <cstring>
+#include <utility>
 
 #include "runtime/poison.h"
 
@@ -249,6 +249,21 @@ void unlink_large(Segment *segment) {
     }
 }
 
+// The last one that was given back, if it is not very large, waits for the next
+// request: mapping it and touching its pages anew costs more than copying would.
+constexpr size_t kMaxKept = size_t{4} << 20;
+Segment *kept_large;
+
+Segment *take_kept(size_t mapping) {
+    Segment *segment = kept_large;
+    if (segment == nullptr || segment->mapped_size < mapping) {
+        return nullptr;
+    }
+    kept_large = nullptr;
+    segment->pages[kHeaderUnits] = {};
+    return segment;
+}
+
 // Bytes to map for a block of `size`, 0 when there is no such number.
 size_t large_mapping(size_t size) {
     const size_t most = static_cast<size_t>(PTRDIFF_MAX) - kHeaderSize - kUnitSize - kRedZone;
@@ -311,7 +326,10 @@ Page *take_large(size_t size) {
         errno = ENOMEM;
         return nullptr;
     }
-    Segment *segment = map_segment(mapping);
+    Segment *segment = take_kept(mapping);
+    if (segment == nullptr) {
+        segment = map_segment(mapping);
+    }
     if (segment == nullptr) {
         return nullptr;
     }
@@ -322,7 +340,15 @@ Page *take_large(size_t size) {
 void give_large(Page *page) {
     Segment *segment = segment_of(page);
     unlink_large(segment);
-    unmap_segment(segment);
+    page->purpose = Purpose::kNone;
+    if (segment->mapped_size <= kMaxKept &&
+        (kept_large == nullptr || kept_large->mapped_size < segment->mapped_size)) {
+        poison(page_start(page), segment->mapped_size - kHeaderSize);
+        std::swap(kept_large, segment);
+    }
+    if (segment != nullptr) {
+        unmap_segment(segment);
+    }
 }
 
 Page *grow_large(Page *page, size_t size) {

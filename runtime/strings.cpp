@@ -72,8 +72,8 @@ HOST_UNCHECKED bool is_live(const ZStringBody *body) {
     return body->text != nullptr;
 }
 
-// Makes room for `more` bytes behind the text; half as much again as is needed,
-// so that appending stays linear.
+// Makes room for `more` bytes behind the text; twice what is needed, so that
+// appending stays linear.
 bool make_room(ZStringBody *body, size_t more) {
     if (more <= body->capacity - body->length) {
         return true;
@@ -82,8 +82,9 @@ bool make_room(ZStringBody *body, size_t more) {
         errno = ENOMEM;
         return false;
     }
+    constexpr size_t least = 8 * sizeof(void *);
     const size_t needed = body->length + more;
-    const size_t capacity = needed + needed / 2;
+    const size_t capacity = (needed < least ? least : needed) * 2 - 1;
     char *old = owns_text_block(body) ? body->text : nullptr;
     auto *text = static_cast<char *>(host::reallocate_beside(body, old, capacity + 1));
     if (text == nullptr) {
@@ -97,14 +98,51 @@ bool make_room(ZStringBody *body, size_t more) {
     return true;
 }
 
+template <class Word>
+void copy_ends(char *to, const char *from, size_t n) {
+    Word first, last;
+    memcpy(&first, from, sizeof(Word));
+    memcpy(&last, from + n - sizeof(Word), sizeof(Word));
+    memcpy(to, &first, sizeof(Word));
+    memcpy(to + n - sizeof(Word), &last, sizeof(Word));
+}
+
+template <size_t kSize>
+struct Bytes {
+    char bytes[kSize];
+};
+
+// Most appends are short, and then a call of memcpy costs more than two
+// overlapping moves.
+void copy_bytes(char *to, const char *from, size_t n) {
+    if (n > 64) {
+        memcpy(to, from, n);
+    } else if (n > 32) {
+        copy_ends<Bytes<32>>(to, from, n);
+    } else if (n > 16) {
+        copy_ends<Bytes<16>>(to, from, n);
+    } else if (n >= 8) {
+        copy_ends<uint64_t>(to, from, n);
+    } else if (n >= 4) {
+        copy_ends<uint32_t>(to, from, n);
+    } else if (n >= 2) {
+        copy_ends<uint16_t>(to, from, n);
+    } else if (n == 1) {
+        *to = *from;
+    }
+}
+
 void put(ZStringBody *body, const void *bytes, size_t n) {
-    memcpy(body->text + body->length, bytes, n);
-    body->length += n;
-    body->text[body->length] = '\0';
+    const size_t length = body->length;
+    char *end = body->text + length;
+    body->length = length + n;
+    copy_bytes(end, static_cast<const char *>(bytes), n);
+    end[n] = '\0';
 }
 
 // The bytes may lie in the string's own text, which can move.
-bool append_growing(ZStringBody *body, const void *bytes, size_t n, bool after_newline) {
+[[gnu::noinline]] bool append_growing(ZStringBody *body, const void *bytes, size_t n,
+                                      bool after_newline) {
     const uintptr_t offset =
         reinterpret_cast<uintptr_t>(bytes) - reinterpret_cast<uintptr_t>(body->text);
     const bool is_own = offset <= body->length;
