@@ -6,12 +6,15 @@
 
 #include <array>
 
+#include "runtime/data_fast.h"
+#include "runtime/sign_forms.h"
 #include "runtime/storage.h"
 
 namespace host {
 namespace {
 
 constexpr uint32_t kTypes = 64;
+constexpr uint16_t kSignAndDigits = 4;
 constexpr uint16_t kAlphanumeric = 16;
 
 constexpr Layout text(bool right_justified = false, bool is_national = false) {
@@ -89,48 +92,6 @@ const Layout &layout_of(const ZArgument &argument) {
     return kLayouts[argument.a_type < kTypes ? argument.a_type : kAlphanumeric];
 }
 
-struct SignLetters {
-    const char *positive;
-    const char *negative;
-};
-constexpr SignLetters kAsciiLetters{"0123456789", "pqrstuvwxy"};
-constexpr SignLetters kEbcdicLetters{"{ABCDEFGHI", "}JKLMNOPQR"};
-constexpr SignLetters kZoneLetters{"@ABCDEFGHI", "PQRSTUVWXY"};
-
-// A form reads its own characters; those of the other forms as well, as long as
-// all of them mean the same by one character.
-constexpr SignForm sign_form(const SignLetters &own) {
-    constexpr const SignLetters *kForms[] = {&kAsciiLetters, &kEbcdicLetters, &kZoneLetters};
-    constexpr uint8_t kAmbiguous = 0xFE;
-    SignForm form{};
-    for (uint8_t &meaning : form.meaning) {
-        meaning = kNoSignDigit;
-    }
-    const auto note = [&form](char letter, uint8_t meaning) {
-        uint8_t &entry = form.meaning[static_cast<uint8_t>(letter)];
-        entry = entry == kNoSignDigit || entry == meaning ? meaning : kAmbiguous;
-    };
-    for (const SignLetters *letters : kForms) {
-        for (uint8_t digit = 0; digit < 10; ++digit) {
-            note(letters->positive[digit], digit);
-            note(letters->negative[digit], digit | kMinus);
-        }
-    }
-    for (uint8_t digit = 0; digit < 10; ++digit) {
-        form.positive[digit] = own.positive[digit];
-        form.negative[digit] = own.negative[digit];
-        form.meaning[static_cast<uint8_t>(own.positive[digit])] = digit;
-        form.meaning[static_cast<uint8_t>(own.negative[digit])] = digit | kMinus;
-    }
-    for (uint8_t &meaning : form.meaning) {
-        meaning = meaning == kAmbiguous ? kNoSignDigit : meaning;
-    }
-    return form;
-}
-
-constexpr SignForm kAsciiForm = sign_form(kAsciiLetters);
-constexpr SignForm kEbcdicForm = sign_form(kEbcdicLetters);
-constexpr SignForm kZoneForm = sign_form(kZoneLetters);
 constexpr uint8_t kPackedPlus = 12;
 constexpr uint8_t kPackedUnsigned = 15;
 
@@ -138,11 +99,7 @@ constexpr Settings kDefaultSettings{&kAsciiForm, kPackedPlus, '.', 0};
 
 Settings settings_of(const XfdCvtInfo &info) {
     Settings settings = kDefaultSettings;
-    if (info.cv_sign_code1 == 16) {
-        settings.sign_form = &kEbcdicForm;
-    } else if (info.cv_sign_code1 == 64) {
-        settings.sign_form = &kZoneForm;
-    }
+    settings.sign_form = &sign_form_of(info.cv_sign_code1);
     if (info.cv_sign_code2 == 13) {
         settings.packed_plus = kPackedUnsigned;
     }
@@ -157,23 +114,35 @@ bool has_bytes(const ZArgument &argument) {
     return argument.a_address != 0 || argument.a_size == 0;
 }
 
+// Through a reader and a writer.  On its own, so that the short way does not
+// pay for the room that this one takes.
+[[gnu::noinline]] int convert(const ZArgument &dest, const ZArgument &src, const XfdCvtInfo *cvt) {
+    if (!has_bytes(dest) || !has_bytes(src)) {
+        return 0;
+    }
+    const Layout &to = layout_of(dest);
+    const Layout &from = layout_of(src);
+    const Settings settings = cvt == nullptr ? kDefaultSettings : settings_of(*cvt);
+    if (to.is_text && from.is_text) {
+        return move_text(dest, to, src, from, settings) ? 1 : 0;
+    }
+    Decimal value;
+    return from.read(src, from, settings, value) && to.write(dest, to, settings, value) ? 1 : 0;
+}
+
 }  // namespace
 }  // namespace host
 
 int ZconvertData(const ZArgument *dest, const ZArgument *src, int /*flags*/,
                  const XfdCvtInfo *cvt) {
     using namespace host;
-    if (dest == nullptr || src == nullptr || !has_bytes(*dest) || !has_bytes(*src)) {
+    if (dest == nullptr || src == nullptr) {
         return 0;
     }
-    const Layout &to = layout_of(*dest);
-    const Layout &from = layout_of(*src);
-    const Settings settings = cvt == nullptr ? kDefaultSettings : settings_of(*cvt);
-    if (to.is_text && from.is_text) {
-        return move_text(*dest, to, *src, from, settings);
+    if (dest->a_type == kSignAndDigits && convert_to_sign_and_digits(*dest, *src, cvt)) {
+        return 1;
     }
-    Decimal value;
-    return from.read(*src, from, settings, value) && to.write(*dest, to, settings, value);
+    return convert(*dest, *src, cvt);
 }
 
 uint16_t Ztype_from_UD(uint8_t code) {

@@ -3,6 +3,7 @@
 // Packed decimal: two digits a byte (types 8, 9, 10).  A storage is walked in
 // words of eight bytes, sixteen digits at a time; the first word takes what the
 // size leaves over.
+#include "runtime/nibbles.h"
 #include "runtime/storage.h"
 
 namespace host {
@@ -13,32 +14,7 @@ constexpr uint8_t kOtherMinusNibble = 11;
 constexpr uint8_t kUnsignedNibble = 15;
 constexpr uint32_t kMaxBytes = kMaxPositions / 2;
 
-// 1 to 8 bytes as a number, the first most significant.
-uint64_t load_partial(const uint8_t *bytes, uint32_t n) {
-    if (n >= 4) {
-        const uint64_t head = load_big_endian<uint32_t>(bytes);
-        return head << (8 * (n - 4)) | load_big_endian<uint32_t>(bytes + n - 4);
-    }
-    if (n >= 2) {
-        const uint64_t head = load_big_endian<uint16_t>(bytes);
-        return head << (8 * (n - 2)) | load_big_endian<uint16_t>(bytes + n - 2);
-    }
-    return bytes[0];
-}
-
-// A half byte above 9 has its bit of 8 set and one of the bits of 4 and 2.
-bool has_bad_nibble(uint64_t nibbles) {
-    return (nibbles & (nibbles << 1 | nibbles << 2) & 0x8888888888888888) != 0;
-}
-
-// Eight half bytes to eight characters in memory order, and back.
-uint64_t spread(uint32_t nibbles) {
-    uint64_t word = nibbles;
-    word = (word | word << 16) & 0x0000FFFF0000FFFF;
-    word = (word | word << 8) & 0x00FF00FF00FF00FF;
-    word = (word | word << 4) & 0x0F0F0F0F0F0F0F0F;
-    return from_big_endian(word | kZeros8);
-}
+// Eight characters to eight half bytes.
 uint32_t gather(const char *characters) {
     uint64_t word = load_big_endian<uint64_t>(characters) & 0x0F0F0F0F0F0F0F0F;
     word = (word | word >> 4) & 0x00FF00FF00FF00FF;
@@ -47,8 +23,8 @@ uint32_t gather(const char *characters) {
 }
 
 void spread_sixteen(char *to, uint64_t nibbles) {
-    store(to, spread(static_cast<uint32_t>(nibbles >> 32)));
-    store(to + 8, spread(static_cast<uint32_t>(nibbles)));
+    store(to, from_big_endian(spread(static_cast<uint32_t>(nibbles >> 32))));
+    store(to + 8, from_big_endian(spread(static_cast<uint32_t>(nibbles))));
 }
 
 }  // namespace

@@ -11,19 +11,9 @@
 
 #include "host/data.h"
 #include "runtime/decimal.h"
+#include "runtime/sign_forms.h"
 
 namespace host {
-
-// What a character that carries a digit and a sign means: the digit, kMinus
-// set when negative, or kNoSignDigit.
-inline constexpr uint8_t kMinus = 0x10;
-inline constexpr uint8_t kNoSignDigit = 0xFF;
-
-struct SignForm {
-    uint8_t meaning[256];
-    char positive[10];
-    char negative[10];
-};
 
 // The conversion settings with defaults filled in.
 struct Settings {
