@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "host/config.h"
 #include "host/errors.h"
@@ -28,6 +30,38 @@ std::string map_text() {
 std::string mapped(const std::string &name) {
     char buffer[260] = {};
     return Z4GetXFDName(buffer, name.c_str());
+}
+
+// All texts over an alphabet up to a length.
+std::vector<std::string> texts(const std::string &alphabet, size_t length) {
+    std::vector<std::string> all = {""};
+    for (size_t begin = 0, round = 0; round < length; ++round) {
+        const size_t end = all.size();
+        for (; begin < end; ++begin) {
+            for (const char c : alphabet)
+                all.push_back(all[begin] + c);
+        }
+    }
+    return all;
+}
+
+// The pairs of a setting, taken apart with whole strings.
+std::string pairs_of(const std::string &text) {
+    const std::string white_space = " \t\n\v\f\r";
+    std::string result;
+    size_t at = 0;
+    for (auto left = std::count(text.begin(), text.end(), '='); left > 0; --left) {
+        at = text.find_first_not_of(white_space, at);
+        if (at == text.npos)
+            break;
+        size_t end = std::min(text.find_first_of(white_space + "=", at), text.size());
+        result.append(result.empty() ? "" : " ").append(text, at, end - at).append(">");
+        at = std::min(text.find_first_not_of(white_space + "=", end), text.size());
+        end = std::min(text.find_first_of(white_space + ",", at), text.size());
+        result.append(text, at, end - at);
+        at = std::min(end + 1, text.size());
+    }
+    return result;
 }
 
 class FsiVars : public testing::Test {
@@ -82,6 +116,13 @@ TEST_F(FsiVars, NameMapIsParsedToTheLetter) {
         ASSERT_EQ(ZCSetValueString("XFD_MAP", row.setting), 1);
         EXPECT_EQ(map_text(), row.expected);
         EXPECT_EQ(ZMemoryBlocks("XFD map holder"), *row.expected != '\0' ? 1U : 0U);
+    }
+}
+
+TEST_F(FsiVars, EverySettingIsParsedByOneRule) {
+    for (const std::string &text : texts("a=, ", 7)) {
+        ASSERT_EQ(ZCSetValueString("XFD_MAP", text.c_str()), 1);
+        ASSERT_EQ(map_text(), pairs_of(text)) << "'" << text << "'";
     }
 }
 
@@ -232,19 +273,6 @@ bool matches_by_trying(const char *pattern, const char *name) {
     }
     return *name != '\0' && (*pattern == '?' || *pattern == *name) &&
            matches_by_trying(pattern + 1, name + 1);
-}
-
-// All texts over an alphabet up to a length.
-std::vector<std::string> texts(const std::string &alphabet, size_t length) {
-    std::vector<std::string> all = {""};
-    for (size_t begin = 0, round = 0; round < length; ++round) {
-        const size_t end = all.size();
-        for (; begin < end; ++begin) {
-            for (const char c : alphabet)
-                all.push_back(all[begin] + c);
-        }
-    }
-    return all;
 }
 
 TEST_F(FsiVars, MatchingAgreesWithTryingEverything) {

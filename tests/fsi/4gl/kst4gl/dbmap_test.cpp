@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "host/config.h"
 #include "host/memory.h"
@@ -139,6 +141,34 @@ TEST_F(DbMap, TrailBytesAreNeitherSeparatorsNorBlanks) {
         set(nullptr);
     }
     lead_byte = '\0';
+}
+
+// One setting by the rule: what stands before the first "=" without blanks at
+// its end, and what stands behind it without blanks at either.
+TEST_F(DbMap, EverySettingIsSplitByOneRule) {
+    std::vector<std::string> texts = {""};
+    for (size_t i = 0; texts[i].size() < 6; ++i) {
+        for (const char c : std::string("a= /"))
+            texts.push_back(texts[i] + c);
+    }
+    for (const std::string &text : texts) {
+        SCOPED_TRACE("'" + text + "'");
+        const size_t equals = text.find('=');
+        const std::string directory = text.substr(0, std::min(equals, text.size()));
+        const std::string trimmed = directory.substr(0, directory.find_last_not_of(' ') + 1);
+        std::string expected = "none";
+        if (equals != text.npos) {
+            expected = text.substr(equals + 1);
+            expected.erase(0, std::min(expected.find_first_not_of(' '), expected.size()));
+            expected.erase(expected.find_last_not_of(' ') + 1);
+        }
+        set(text.c_str());
+        // A path in the directory; the map tries it without its separator first.
+        const std::string path =
+            (trimmed.empty() || trimmed.back() != '/' ? trimmed + "/" : trimmed) + "file";
+        ASSERT_EQ(database(path.c_str()), expected);
+        set(nullptr);
+    }
 }
 
 TEST_F(DbMap, AnnouncesWhatItDoes) {
