@@ -67,6 +67,9 @@ ZArray *ARRAY_new(size_t entry_size, const char *tag, const char *source) {
 }
 
 int ARRAY_insert(ZArray *array, int32_t position, const void *entry) {
+    if (array == nullptr || entry == nullptr) {
+        return 0;
+    }
     const uint32_t index = position == -1 ? array->count : static_cast<uint32_t>(position);
     if (index > array->count || !reserve(array, array->count + 1, &entry)) {
         return 0;
@@ -84,6 +87,9 @@ int ARRAY_insert(ZArray *array, int32_t position, const void *entry) {
 }
 
 int ARRAY_set(ZArray *array, uint32_t index, const void *entry) {
+    if (array == nullptr || entry == nullptr) {
+        return 0;
+    }
     if (index >= kMaxEntries) {
         errno = ENOMEM;
         return 0;
@@ -100,6 +106,9 @@ int ARRAY_set(ZArray *array, uint32_t index, const void *entry) {
 }
 
 ZArray *ARRAY_copy(const ZArray *array) {
+    if (array == nullptr) {
+        return nullptr;
+    }
     auto *copy = static_cast<ZArray *>(host::allocate_beside(array, sizeof(ZArray)));
     if (copy == nullptr) {
         return nullptr;
@@ -125,15 +134,15 @@ void ARRAY_free(ZArray *array) {
 }
 
 uint32_t Array_count(const ZArray *array) {
-    return array->count;
+    return array == nullptr ? 0 : array->count;
 }
 
 void *Array_get(const ZArray *array, uint32_t index) {
-    return index < array->count ? entry_at(array, index) : nullptr;
+    return index < Array_count(array) ? entry_at(array, index) : nullptr;
 }
 
 void Array_delete_multi(ZArray *array, uint32_t index, uint32_t n) {
-    if (index >= array->count) {
+    if (index >= Array_count(array)) {
         return;
     }
     const uint32_t left = array->count - index;

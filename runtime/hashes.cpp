@@ -129,7 +129,7 @@ ZHash *HASH_NEW(const char *tag, size_t key_offset, void (*free_entry)(void *ent
 }
 
 int HASH_ADD(ZHash *hash, void *entry) {
-    if (entry == nullptr || key_of(hash, entry) == nullptr) {
+    if (hash == nullptr || entry == nullptr || key_of(hash, entry) == nullptr) {
         return 0;
     }
     if (hash->count == hash->capacity && !grow(hash)) {

@@ -14,6 +14,9 @@ ZList *L_NEW(const char *tag, const char *source) {
 }
 
 ZListNode *L_LINK(ZList *list, ZHandle value, ZListNode *before) {
+    if (list == nullptr) {
+        return nullptr;
+    }
     auto *node = static_cast<ZListNode *>(host::allocate_beside(list, sizeof(ZListNode)));
     if (node == nullptr) {
         return nullptr;
@@ -27,7 +30,7 @@ ZListNode *L_LINK(ZList *list, ZHandle value, ZListNode *before) {
 }
 
 void L_UNLINK(ZList *list, ZListNode *node) {
-    if (node == nullptr) {
+    if (list == nullptr || node == nullptr) {
         return;
     }
     (node->prev == nullptr ? list->first : node->prev->next) = node->next;

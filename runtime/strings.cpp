@@ -225,14 +225,25 @@ ZString ZSTRINGNew(size_t capacity, const char *tag, const char *source) {
 }
 
 int ZSTRINGAppend(ZString string, const char *text) {
-    return append(string, text, strlen(text)) ? 1 : 0;
+    if (string == nullptr || text == nullptr) {
+        return 0;
+    }
+    // One character is the commonest piece of all.
+    const size_t length = text[0] != '\0' && text[1] == '\0' ? 1 : strlen(text);
+    return append(string, text, length) ? 1 : 0;
 }
 
 int ZSTRINGAppendN(ZString string, const void *bytes, size_t n) {
+    if (string == nullptr || (bytes == nullptr && n > 0)) {
+        return 0;
+    }
     return append(string, bytes, n) ? 1 : 0;
 }
 
 ZString ZSTRINGDup(ZString string) {
+    if (string == nullptr) {
+        return nullptr;
+    }
     const size_t size = body_size(string->length);
     auto *copy = size == 0
                      ? nullptr
@@ -270,14 +281,17 @@ void ZSTRINGDelete(ZString string) {
 }
 
 const char *ZStringGet(ZString string) {
-    return string->text;
+    return string == nullptr ? "" : string->text;
 }
 
 size_t ZStringGetLength(ZString string) {
-    return string->length;
+    return string == nullptr ? 0 : string->length;
 }
 
 void ZStringClear(ZString string) {
+    if (string == nullptr) {
+        return;
+    }
     string->length = 0;
     string->text[0] = '\0';
     if (string->pieces != nullptr) {
@@ -286,7 +300,7 @@ void ZStringClear(ZString string) {
 }
 
 void ZStringRemoveRight(ZString string, size_t n) {
-    if (n >= string->length) {
+    if (n >= ZStringGetLength(string)) {
         ZStringClear(string);
         return;
     }
@@ -301,12 +315,14 @@ void ZStringRemoveRight(ZString string, size_t n) {
 }
 
 int ZStringCompareHH(ZString a, ZString b) {
-    const size_t shorter = a->length < b->length ? a->length : b->length;
-    const int order = memcmp(a->text, b->text, shorter);
+    const size_t a_length = ZStringGetLength(a);
+    const size_t b_length = ZStringGetLength(b);
+    const size_t shorter = a_length < b_length ? a_length : b_length;
+    const int order = memcmp(ZStringGet(a), ZStringGet(b), shorter);
     if (order != 0) {
         return order < 0 ? -1 : 1;
     }
-    return a->length < b->length ? -1 : a->length > b->length;
+    return a_length < b_length ? -1 : a_length > b_length;
 }
 
 int ZIsAString(const void *target) {
@@ -315,19 +331,20 @@ int ZIsAString(const void *target) {
 }
 
 int ZSTRINGAddNSPChar(ZString string, const char *piece) {
-    return add_piece(string, piece, strlen(piece));
+    return string == nullptr || piece == nullptr ? 0 : add_piece(string, piece, strlen(piece));
 }
 
 int ZSTRINGAddNSString(ZString string, ZString piece) {
-    return add_piece(string, piece->text, piece->length);
+    return string == nullptr || piece == nullptr ? 0
+                                                 : add_piece(string, piece->text, piece->length);
 }
 
 uint32_t ZStringCountNSStrings(ZString string) {
-    return piece_count(string);
+    return string == nullptr ? 0 : piece_count(string);
 }
 
 const char *ZStringGetNSPiece(ZString string, uint32_t i, size_t *length) {
-    const uint32_t count = piece_count(string);
+    const uint32_t count = ZStringCountNSStrings(string);
     if (i >= count) {
         if (length != nullptr) {
             *length = 0;

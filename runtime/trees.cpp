@@ -104,6 +104,9 @@ ZTTree *ZTTREENew(const char *tag, const char *source) {
 }
 
 int ZTTREEInsert(ZTTree *tree, const char *key, void *value) {
+    if (tree == nullptr || key == nullptr) {
+        return 0;
+    }
     if (Node *node = find(tree->root, key); node != nullptr) {
         node->value = value;
         return 1;

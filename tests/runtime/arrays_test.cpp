@@ -165,6 +165,21 @@ TEST_F(Arrays, EntriesMayHaveAnySizeButZero) {
     EXPECT_EQ(ARRAY_new(SIZE_MAX, kTag, kSource), nullptr);
 }
 
+TEST_F(Arrays, NullIsAnEmptyArrayThatTakesNothing) {
+    const int nine = 9;
+    EXPECT_EQ(ARRAY_insert(nullptr, -1, &nine), 0);
+    EXPECT_EQ(ARRAY_set(nullptr, 0, &nine), 0);
+    EXPECT_EQ(ARRAY_copy(nullptr), nullptr);
+    EXPECT_EQ(Array_count(nullptr), 0U);
+    EXPECT_EQ(Array_get(nullptr, 0), nullptr);
+    Array_delete_multi(nullptr, 0, 1);
+    ZArray *array = array_of({1});
+    EXPECT_EQ(ARRAY_insert(array, -1, nullptr), 0);
+    EXPECT_EQ(ARRAY_set(array, 0, nullptr), 0);
+    EXPECT_EQ(print(array), "1 ");
+    ARRAY_free(array);
+}
+
 TEST_F(Arrays, SizesThatOverflowAreRefused) {
     const int nine = 9;
     ZArray *array = array_of({1});

@@ -129,6 +129,7 @@ TEST_F(Hashes, NullTablesAreAccepted) {
     HASH_CLEAR(nullptr);
     HASH_FREE(nullptr);
     EXPECT_EQ(HASH_GET(nullptr, "a"), nullptr);
+    EXPECT_EQ(HASH_ADD(nullptr, &freed), 0);
 }
 
 TEST_F(Hashes, ARefusedRequestLeavesTheTableAsItWas) {

@@ -53,6 +53,8 @@ TEST(Lists, NodesGoBeforeAnotherOrToTheEnd) {
     L_LINK(list, 6, nullptr);
     L_UNLINK(list, nullptr);
     EXPECT_EQ(print(list), "5 6 ");
+    EXPECT_EQ(L_LINK(nullptr, 1, nullptr), nullptr);
+    L_UNLINK(nullptr, nullptr);
     L_FREE(list);
     L_FREE(nullptr);
     EXPECT_EQ(ZMemoryBlocks(kTag), 0U);

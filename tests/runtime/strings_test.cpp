@@ -268,7 +268,7 @@ TEST_F(Strings, IsAStringKnowsLiveStringsFromEverythingElse) {
     EXPECT_EQ(ZIsAString(bytes + sizeof(void *)), 0);
     // A block that looks like a string in every byte is none.
     void *imposter = Zmalloc(64, kTag, kSource);
-    memcpy(imposter, bytes, 32);
+    memcpy(imposter, bytes, 4 * sizeof(void *));
     EXPECT_EQ(ZIsAString(imposter), 0);
     Zfree(imposter);
     int on_stack = 0;
@@ -305,9 +305,30 @@ TEST_F(Strings, NoAddressInsideTheHostsMemoryButAStringsIsAString) {
     ZSTRINGDelete(string);
 }
 
-TEST_F(Strings, DeletingNullIsAccepted) {
+TEST_F(Strings, NullIsAnEmptyStringThatTakesNothing) {
     ZSTRINGDelete(nullptr);
     EXPECT_EQ(ZIsAString(nullptr), 0);
+    EXPECT_STREQ(ZStringGet(nullptr), "");
+    EXPECT_EQ(ZStringGetLength(nullptr), 0U);
+    EXPECT_EQ(ZStringCountNSStrings(nullptr), 0U);
+    EXPECT_EQ(ZStringGetNSPiece(nullptr, 0, nullptr), nullptr);
+    EXPECT_EQ(ZSTRINGDup(nullptr), nullptr);
+    EXPECT_EQ(ZSTRINGAppend(nullptr, "a"), 0);
+    EXPECT_EQ(ZSTRINGAppendN(nullptr, "a", 1), 0);
+    EXPECT_EQ(ZSTRINGAddNSPChar(nullptr, "a"), 0);
+    ZStringClear(nullptr);
+    ZStringRemoveRight(nullptr, 1);
+    ZString string = ZSTRINGNew(0, kTag, kSource);
+    EXPECT_EQ(ZStringCompareHH(string, nullptr), 0);
+    ZSTRINGAppend(string, "a");
+    EXPECT_GT(ZStringCompareHH(string, nullptr), 0);
+    EXPECT_EQ(ZSTRINGAppend(string, nullptr), 0);
+    EXPECT_EQ(ZSTRINGAppendN(string, nullptr, 1), 0);
+    EXPECT_EQ(ZSTRINGAddNSPChar(string, nullptr), 0);
+    EXPECT_EQ(ZSTRINGAddNSString(string, nullptr), 0);
+    EXPECT_EQ(ZSTRINGAddNSString(nullptr, string), 0);
+    EXPECT_EQ(print(string), "a [a]");
+    ZSTRINGDelete(string);
 }
 
 TEST_F(Strings, SizesThatOverflowAreRefused) {

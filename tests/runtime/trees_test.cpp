@@ -102,6 +102,8 @@ TEST_F(Trees, FreeRunsTheRoutineForEveryValue) {
     ZTTREEFree(nullptr, Zfree);
     ZTTREEWalk(nullptr, nullptr, nullptr);
     EXPECT_EQ(ZTTREEFind(nullptr, "a"), nullptr);
+    EXPECT_EQ(ZTTREEInsert(nullptr, "a", nullptr), 0);
+    EXPECT_EQ(ZTTREEInsert(tree_, nullptr, nullptr), 0);
 }
 
 TEST_F(Trees, ARefusedRequestLeavesTheTreeAsItWas) {
