@@ -114,9 +114,9 @@ bool has_bytes(const ZArgument &argument) {
     return argument.a_address != 0 || argument.a_size == 0;
 }
 
-// Through a reader and a writer.  On its own, so that the short way does not
-// pay for the room that this one takes.
-[[gnu::noinline]] int convert(const ZArgument &dest, const ZArgument &src, const XfdCvtInfo *cvt) {
+}  // namespace
+
+int convert_any(const ZArgument &dest, const ZArgument &src, const XfdCvtInfo *cvt) {
     if (!has_bytes(dest) || !has_bytes(src)) {
         return 0;
     }
@@ -130,7 +130,6 @@ bool has_bytes(const ZArgument &argument) {
     return from.read(src, from, settings, value) && to.write(dest, to, settings, value) ? 1 : 0;
 }
 
-}  // namespace
 }  // namespace host
 
 int ZconvertData(const ZArgument *dest, const ZArgument *src, int /*flags*/,
@@ -139,10 +138,8 @@ int ZconvertData(const ZArgument *dest, const ZArgument *src, int /*flags*/,
     if (dest == nullptr || src == nullptr) {
         return 0;
     }
-    if (dest->a_type == kSignAndDigits && convert_to_sign_and_digits(*dest, *src, cvt)) {
-        return 1;
-    }
-    return convert(*dest, *src, cvt);
+    return dest->a_type == kSignAndDigits ? convert_to_sign_and_digits(*dest, *src, cvt)
+                                          : convert_any(*dest, *src, cvt);
 }
 
 uint16_t Ztype_from_UD(uint8_t code) {
