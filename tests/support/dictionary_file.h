@@ -47,6 +47,8 @@ class TemporaryFolder {
     std::string write(const std::string &name, std::string_view text) const {
         const std::filesystem::path file = path_ / name;
         std::filesystem::create_directories(file.parent_path());
+        // Some file systems flush a file that replaces the text of an old one.
+        std::filesystem::remove(file);
         std::ofstream(file, std::ios::binary) << text;
         return file.string();
     }

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <initializer_list>
+#include <random>
 #include <string>
 
 #include "host/memory.h"
@@ -125,6 +127,93 @@ TEST_F(LoadTorture, RefusalWhileTheOnlyFileOpensIsNoMemory) {
     }
     EXPECT_GE(opening, 2);
     EXPECT_EQ(ZMemoryBlocks(nullptr), before);
+}
+
+// Dictionaries put together at random from lines that mostly make sense, and
+// damaged at random: each loads or is refused, and nothing stays allocated.
+class RandomDictionary {
+ public:
+    explicit RandomDictionary(uint32_t seed) : random_(seed) {}
+
+    std::string make() {
+        const int version = pick({3, 5, 6, 8, 8, 8});
+        const int keys = pick({0, 0, 1, 2});
+        const int conditions = pick({0, 1, 3});
+        std::string text = "XFD," + std::to_string(version) + ",C,C," + value({4, 5, 8, 12}) +
+                           '\n' + "99,9," + std::to_string(keys) + '\n';
+        if (version >= 6)
+            text += "72,18,46,44,0\n";
+        for (int k = 0; k < keys; ++k) {
+            const int columns = pick({0, 1, 2});
+            text += value({0, 1, 2}) + ",1,4,0,4,4\n" + std::to_string(columns) + '\n';
+            for (int c = 0; c < columns; ++c)
+                text += c == 0 ? "A\n" : "B_1\n";
+        }
+        text += std::to_string(conditions) + '\n';
+        for (int c = 0; c < conditions; ++c)
+            text += std::to_string(c + 1) + (random_() % 2 == 0 ? ",1,A,1,T\n" : ",9,1,1,T\n");
+        text += value({1, 2, 5}) + ',' + value({0, 5, 12}) + ',' + value({1, 5}) + ',' +
+                value({5, 12}) + '\n';
+        for (int f = 0; f < 30; ++f)
+            text += line();
+        if (random_() % 4 == 0)
+            text[random_() % text.size()] = static_cast<char>(random_());
+        return text;
+    }
+
+ private:
+    int pick(std::initializer_list<int> values) {
+        return values.begin()[random_() % values.size()];
+    }
+    std::string value(std::initializer_list<int> values) {
+        return random_() % 200 == 0 ? "-1" : std::to_string(pick(values));
+    }
+    std::string line() {
+        switch (random_() % 6) {
+            case 0:
+                return "90001," + value({0, 1, 2, 2, 3}) + ',' + value({0, 4, 65535}) +
+                       ",\"START OCCURS\"" + (random_() % 2 == 0 ? ",SUB\n" : "\n");
+            case 1:
+                return "90002,\"END OCCURS\"\n";
+            case 2:
+                return "# KSTODBC HIDDEN\n";
+            default:
+                return value({0, 4, 99}) + ',' + value({1, 3, 8}) + ',' +
+                       value({1, 9, 16, 22, 23, 30}) + ',' + value({1, 6, 8, 18}) + ',' +
+                       value({-128, -2, 0, 9}) + ',' + value({0, 1, 16, 127}) + ',' +
+                       value({0, 1, 999}) + ',' + value({1, 5}) +
+                       (random_() % 2 == 0 ? ",A" : ",B") +
+                       (random_() % 8 == 0 ? ",YYMMDD\n" : "\n");
+        }
+    }
+
+    std::mt19937 random_;
+};
+
+TEST_F(LoadTorture, RandomDictionariesLoadOrAreRefused) {
+    const size_t before = ZMemoryBlocks(nullptr);
+    int loaded = 0;
+    int refused = 0;
+    for (uint32_t seed = 0; seed < 1500; ++seed) {
+        const std::string text = RandomDictionary(seed).make();
+        SCOPED_TRACE("seed " + std::to_string(seed) + '\n' + text);
+        const OwnedXfd xfd = load(text, seed % 32, seed % 7 == 0 ? 3 : 30);
+        if (xfd != nullptr) {
+            ++loaded;
+            ASSERT_EQ(file_error(), "0 0 0 null");
+            ASSERT_FALSE(support::print_xfd(xfd.get()).empty());
+        } else {
+            ++refused;
+            const std::string error = file_error();
+            ASSERT_TRUE(error.starts_with("19 1 0 'Read error") ||
+                        error.starts_with("19 2 0 'XFD file '") ||
+                        error.starts_with("19 2 0 'Unknown condition type: "))
+                << error;
+        }
+    }
+    EXPECT_EQ(ZMemoryBlocks(nullptr), before);
+    EXPECT_GT(loaded, 200);
+    EXPECT_GT(refused, 200);
 }
 
 }  // namespace

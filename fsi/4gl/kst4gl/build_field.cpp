@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fsi/4gl/kst4gl/build_field.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -71,124 +72,158 @@ XfdArgument describe(const FieldDeclaration &field) {
     return argument;
 }
 
-LoadStatus set_date_format(const FieldDeclaration &field, XfdField &record) {
-    if ((field.user_flags & kUserTypeMask) != kDateField || field.format[0] == '\0')
-        return LoadStatus::kDone;
-    const size_t length = strlen(field.format);
-    if (length != field.digits || !Z4ValidDateFormat(field.format))
-        return fail(LoadStatus::kBadField, "%d != %zu or '%s' is invalid",
-                    static_cast<int>(field.digits), length, field.format);
-    copy_text(record.fd_format, field.format);
-    return LoadStatus::kDone;
-}
-
 // Where one occurrence stands among those of the open groups.
 struct Occurrence {
     uint32_t offset = 0;
     uint16_t subscripts[kMaxOpenGroups] = {};
     char suffix[kMaxSuffix + 1] = "";
+
+    void append_suffix(uint16_t subscript) {
+        const size_t length = strlen(suffix);
+        suffix[length] = '_';
+        *std::to_chars(suffix + length + 1, suffix + kMaxSuffix, subscript).ptr = '\0';
+    }
 };
 
-LoadStatus build_record(Load &load, const FieldDeclaration &field, const Occurrence &occurrence,
-                        uint32_t slot) {
-    Xfd *xfd = load.xfd;
-    XfdField &record = xfd->x_fdesc[slot];
+// The records of one declared field, slot by slot.
+class Records {
+ public:
+    Records(Load &load, const FieldDeclaration &field, uint32_t slot)
+        : load_(load), field_(field), first_slot_(slot), slot_(slot) {}
 
+    // One call a level.  The depth is that of the table of groups, which has room
+    // for 15; the caller has refused an expansion that does not fit the slots.
+    LoadStatus expand(const Occurrence &outer, uint32_t level);
+
+    uint32_t next_slot() const { return slot_; }
+
+ private:
+    LoadStatus build(const Occurrence &occurrence);
+    LoadStatus set_data(const Occurrence &occurrence, XfdField &record);
+    void set_place(const Occurrence &occurrence, XfdField &record);
+    LoadStatus set_date_format(XfdField &record);
+    void set_flags(XfdField &record);
+    LoadStatus set_texts(XfdField &record);
+
+    Load &load_;
+    const FieldDeclaration &field_;
+    const uint32_t first_slot_;
+    uint32_t slot_;
+};
+
+LoadStatus Records::expand(const Occurrence &outer, uint32_t level) {
+    if (level == reader.n_open)
+        return build(outer);
+    const XfdOccurs &group = reader.groups[level].occurs;
+    const bool keeps_name = (load_.flags & XFD_LOAD_SUBTABLES) != 0 || field_.in_subtable;
+    for (uint32_t k = 0; k < group.oc_times; ++k) {
+        Occurrence inner = outer;
+        inner.offset += k * group.oc_size;
+        inner.subscripts[level] = static_cast<uint16_t>(k + 1);
+        if (!keeps_name)
+            inner.append_suffix(inner.subscripts[level]);
+        const LoadStatus status = expand(inner, level + 1);
+        if (status != LoadStatus::kDone)
+            return status;
+    }
+    return LoadStatus::kDone;
+}
+
+// A field that cannot be built leaves an empty slot: a slot without a name is
+// how callers tell that the dictionary was cut short.
+LoadStatus Records::build(const Occurrence &occurrence) {
+    XfdField &record = load_.xfd->x_fdesc[slot_];
+    LoadStatus status = set_data(occurrence, record);
+    if (status == LoadStatus::kDone) {
+        set_place(occurrence, record);
+        status = set_date_format(record);
+    }
+    if (status != LoadStatus::kDone) {
+        record = {};
+        return status;
+    }
+    set_flags(record);
+    record.fd_db_col_num = -1;
+    status = set_texts(record);
+    ++slot_;
+    return status;
+}
+
+LoadStatus Records::set_data(const Occurrence &occurrence, XfdField &record) {
     char name[kMaxDeclaredName + kMaxSuffix + 1];
-    if (!Z4make_sql_name(name, field.name, occurrence.suffix, load.context))
+    if (!Z4make_sql_name(name, field_.name, occurrence.suffix, load_.context))
         return LoadStatus::kBadField;
-    record.fd_offset = occurrence.offset;
-    record.fd_argument = describe(field);
-    record.fd_user_type = static_cast<uint16_t>(field.user_flags & kUserTypeMask);
-    record.fd_cond_num = field.condition;
-    record.fd_level = field.level;
-    if (field.level == 1 && slot != 0)
-        xfd->x_flags |= XFD_MULTIPLE_01;
+    copy_text(record.fd_name, name, kMaxName);
+    apply_case(record.fd_name, reader.column_case);
+    record.fd_hash_name = record.fd_name;
 
+    record.fd_offset = occurrence.offset;
+    record.fd_argument = describe(field_);
+    record.fd_user_type = static_cast<uint16_t>(field_.user_flags & kUserTypeMask);
+    record.fd_cond_num = field_.condition;
+    record.fd_level = field_.level;
+    if (field_.level == 1 && slot_ != 0)
+        load_.xfd->x_flags |= XFD_MULTIPLE_01;
+    return LoadStatus::kDone;
+}
+
+void Records::set_place(const Occurrence &occurrence, XfdField &record) {
     record.fd_occurs_depth = static_cast<uint8_t>(reader.n_open);
     for (uint32_t level = 0; level < reader.n_open; ++level) {
         record.fd_max_occurs[level] = reader.groups[level].occurs.oc_times;
         record.fd_occurs_index[level] = occurrence.subscripts[level];
     }
+    if (reader.n_open == 0)
+        return;
+    copy_text(record.fd_subtable, reader.groups[reader.n_open - 1].field_subtable);
+    if (f_trace != 0)
+        ZTrace(0, kTraceCategory, "%s \"%s.%s\"", "build_field", record.fd_subtable,
+               record.fd_name);
+}
 
-    copy_text(record.fd_name, name, kMaxName);
-    apply_case(record.fd_name, reader.column_case);
-    record.fd_hash_name = record.fd_name;
-    if (reader.n_open != 0) {
-        copy_text(record.fd_subtable, reader.groups[reader.n_open - 1].field_subtable);
-        if (f_trace != 0)
-            ZTrace(0, kTraceCategory, "%s \"%s.%s\"", "build_field", record.fd_subtable,
-                   record.fd_name);
-    }
+LoadStatus Records::set_date_format(XfdField &record) {
+    if (record.fd_user_type != kDateField || field_.format[0] == '\0')
+        return LoadStatus::kDone;
+    const size_t length = strlen(field_.format);
+    if (length != field_.digits || !Z4ValidDateFormat(field_.format))
+        return fail(LoadStatus::kBadField, "%d != %zu or '%s' is invalid",
+                    static_cast<int>(field_.digits), length, field_.format);
+    copy_text(record.fd_format, field_.format);
+    return LoadStatus::kDone;
+}
 
-    const LoadStatus status = set_date_format(field, record);
-    if (status != LoadStatus::kDone)
-        return status;
-
-    record.fd_flags = field.is_identity ? XFD_FIELD_IDENTITY : 0;
-    if (note_field(load, record, slot))
-        record.fd_flags |= XFD_FIELD_IN_KEY;
-    else if ((field.user_flags & kSecondaryTableFlag) != 0 && !field.is_identity)
+void Records::set_flags(XfdField &record) {
+    const bool in_key = note_field(load_, record, slot_);
+    record.fd_flags = in_key ? XFD_FIELD_IN_KEY : 0;
+    if (field_.is_identity) {
+        record.fd_flags |= XFD_FIELD_IDENTITY;
+        load_.xfd->x_identity_field = static_cast<int32_t>(slot_);
+    } else if (!in_key && (field_.user_flags & kSecondaryTableFlag) != 0) {
         record.fd_flags |= XFD_FIELD_IN_SECONDARY_TABLE;
-    if ((field.user_flags & kHiddenFlag) != 0)
+    }
+    if ((field_.user_flags & kHiddenFlag) != 0)
         record.fd_flags |= XFD_FIELD_HIDDEN;
-    if ((field.user_flags & kReadOnlyFlag) != 0)
+    if ((field_.user_flags & kReadOnlyFlag) != 0)
         record.fd_flags |= XFD_FIELD_READ_ONLY;
-    record.fd_db_col_num = -1;
-    if (field.is_identity)
-        xfd->x_identity_field = static_cast<int32_t>(slot);
+}
 
-    Block<char> null_value;
-    if (field.null_value != nullptr) {
-        null_value.reset(ZSTRDUP(field.null_value, "NULL value for field", kSource));
-        if (!null_value)
+// All occurrences share the texts of the first: a long comment above a field of
+// many occurrences is held once.
+LoadStatus Records::set_texts(XfdField &record) {
+    if (slot_ != first_slot_) {
+        record.fd_comment = load_.xfd->x_fdesc[first_slot_].fd_comment;
+        record.fd_null_value = load_.xfd->x_fdesc[first_slot_].fd_null_value;
+        return LoadStatus::kDone;
+    }
+    if (field_.null_value != nullptr) {
+        record.fd_null_value = ZSTRDUP(field_.null_value, "NULL value for field", kSource);
+        if (record.fd_null_value == nullptr)
             return out_of_memory();
     }
     if (reader.comments != nullptr && ZStringGetLength(reader.comments) != 0) {
         record.fd_comment = ZSTRINGDup(reader.comments);
         if (record.fd_comment == nullptr)
             return out_of_memory();
-    }
-    record.fd_null_value = null_value.release();
-    return LoadStatus::kDone;
-}
-
-// A field that could not be built leaves an empty slot: a slot without a name
-// is how callers tell that the dictionary was cut short.
-void clear_record(XfdField &record) {
-    record = {};
-}
-
-void append_subscript(Occurrence &occurrence, uint16_t subscript) {
-    const size_t length = strlen(occurrence.suffix);
-    char *end = occurrence.suffix + sizeof occurrence.suffix - 1;
-    occurrence.suffix[length] = '_';
-    *std::to_chars(occurrence.suffix + length + 1, end, subscript).ptr = '\0';
-}
-
-// One call a level.  The depth is that of the table of groups, which has room
-// for 15; an expansion that does not fit the slots is refused before it begins.
-LoadStatus expand(Load &load, const FieldDeclaration &field, const Occurrence &outer,
-                  uint32_t level, uint32_t *slot) {
-    if (level == reader.n_open) {
-        const LoadStatus status = build_record(load, field, outer, *slot);
-        if (status == LoadStatus::kDone)
-            ++*slot;
-        else
-            clear_record(load.xfd->x_fdesc[*slot]);
-        return status;
-    }
-    const XfdOccurs &group = reader.groups[level].occurs;
-    const bool keeps_name = (load.flags & XFD_LOAD_SUBTABLES) != 0 || field.in_subtable;
-    for (uint32_t k = 0; k < group.oc_times; ++k) {
-        Occurrence inner = outer;
-        inner.offset += k * group.oc_size;
-        inner.subscripts[level] = static_cast<uint16_t>(k + 1);
-        if (!keeps_name)
-            append_subscript(inner, inner.subscripts[level]);
-        const LoadStatus status = expand(load, field, inner, level + 1, slot);
-        if (status != LoadStatus::kDone)
-            return status;
     }
     return LoadStatus::kDone;
 }
@@ -212,6 +247,12 @@ Extent extent_of_open_groups() {
     return extent;
 }
 
+LoadStatus refuse_records(const char *name, uint64_t records, uint32_t free_slots) {
+    return refuse("OCCURS makes %s%llu records of field '%s', %u of the declared total are left",
+                  records > kMaxFieldSlots ? "at least " : "",
+                  static_cast<unsigned long long>(records), name, free_slots);
+}
+
 LoadStatus refuse_offset(const char *name, uint64_t offset) {
     return refuse("field '%s' would lie at offset %llu, the largest is %u", name,
                   static_cast<unsigned long long>(offset), UINT32_MAX);
@@ -220,25 +261,26 @@ LoadStatus refuse_offset(const char *name, uint64_t offset) {
 }  // namespace
 
 LoadStatus build_field(Load &load, const FieldDeclaration &field, uint32_t *slot) {
+    Records records(load, field, *slot);
     Occurrence first;
     first.offset = field.offset;
+    LoadStatus status;
     if ((load.flags & XFD_LOAD_COPY_OCCURS) != 0) {
         std::fill_n(first.subscripts, reader.n_open, uint16_t{1});
-        return expand(load, field, first, reader.n_open, slot);
+        status = records.expand(first, reader.n_open);
+    } else {
+        const Extent extent = extent_of_open_groups();
+        if (extent.records == 0)
+            return LoadStatus::kDone;
+        const uint32_t free_slots = load.field_slots() - *slot;
+        if (extent.records > free_slots)
+            return refuse_records(field.name, extent.records, free_slots);
+        if (field.offset + extent.last_offset > UINT32_MAX)
+            return refuse_offset(field.name, field.offset + extent.last_offset);
+        status = records.expand(first, 0);
     }
-
-    const Extent extent = extent_of_open_groups();
-    if (extent.records == 0)
-        return LoadStatus::kDone;
-    const uint32_t free_slots = load.field_slots() - *slot;
-    if (extent.records > free_slots)
-        return refuse(
-            "OCCURS makes %s%llu records of field '%s', %u of the declared total are left",
-            extent.records > kMaxFieldSlots ? "at least " : "",
-            static_cast<unsigned long long>(extent.records), field.name, free_slots);
-    if (field.offset + extent.last_offset > UINT32_MAX)
-        return refuse_offset(field.name, field.offset + extent.last_offset);
-    return expand(load, field, first, 0, slot);
+    *slot = records.next_slot();
+    return status;
 }
 
 LoadStatus copy_group(const Load &load, uint32_t *slot) {

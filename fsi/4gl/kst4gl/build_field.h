@@ -34,9 +34,10 @@ inline constexpr uint32_t kMaxDeclaredName = 31;
 // Builds the records of one field inside the groups that are open, from slot
 // *slot on, which moves behind them.  A group with flag bit 3 (copies) gives one
 // record here; copy_group makes the others when it closes.
+// The records share comment and null value.
 //   kDone, kNoMemory
-//   kBadField   its name cannot be composed or its date format is wrong;
-//               nothing is said about the slots from *slot on
+//   kBadField   its name cannot be composed or its date format is wrong; the
+//               occurrences before that one are built
 //   kMalformed  more occurrences than slots, or one behind the largest offset
 LoadStatus build_field(Load &load, const FieldDeclaration &field, uint32_t *slot);
 

@@ -68,6 +68,9 @@ LoadStatus load_sizes(Load &load, TextLines &line) {
     load.xfd->x_max_rec_size = line.number<uint32_t>(0, "maximum record size");
     load.xfd->x_min_rec_size = line.number<uint32_t>(1, "minimum record size");
     load.xfd->x_n_keys = line.number<uint16_t>(2, "number of keys");
+    if (load.wants_relative_key() && load.xfd->x_n_keys != 0)
+        return refuse("a relative file has no keys of its own, this one declares %d",
+                      load.xfd->x_n_keys);
     return line.status();
 }
 
@@ -128,11 +131,8 @@ LoadStatus load_key(XfdKey &key, TextLines &line) {
 LoadStatus load_keys(Load &load, TextLines &line) {
     Xfd *xfd = load.xfd;
     const uint16_t count = xfd->x_n_keys;
-    if (load.wants_relative_key()) {
-        if (count != 0)
-            return refuse("a relative file has no keys of its own, this one declares %d", count);
+    if (load.wants_relative_key())
         return build_relative_key(load);
-    }
     if (count == 0)
         return LoadStatus::kDone;
     xfd->x_key_desc = allocate_cleared<XfdKey>(count, "pxfd->x_key_desc", kSource);

@@ -286,7 +286,7 @@ TEST_F(BuildField, ComposedNamesKeepTheirSuffix) {
                                         "field 1: 'a_name_of__2' at 1" + rest + "2\n");
 }
 
-TEST_F(BuildField, CopiesShareTheCommentOfTheFirst) {
+TEST_F(BuildField, OccurrencesShareTheCommentOfTheFirst) {
     const std::string text =
         "XFD,8,C,C,12\n9,9,0\n0,18,46,44,0\n0\n1,2,1,2\n90001,2,1,\"START OCCURS\"\n# note\n"
         "0,1,16,1,0,0,0,5,A\n90002,\"END OCCURS\"\n";
@@ -298,7 +298,8 @@ TEST_F(BuildField, CopiesShareTheCommentOfTheFirst) {
     const OwnedXfd built = load(text, XFD_LOAD_COMMENTS);
     ASSERT_NE(built, nullptr) << file_error();
     EXPECT_STREQ(ZStringGet(built->x_fdesc[0].fd_comment), "# note");
-    EXPECT_STREQ(ZStringGet(built->x_fdesc[1].fd_comment), "# note");
+    EXPECT_EQ(built->x_fdesc[0].fd_comment, built->x_fdesc[1].fd_comment);
+    EXPECT_EQ(built->x_fdesc[1].fd_hash_name, built->x_fdesc[1].fd_name);
 }
 
 TEST_F(BuildField, SubtableIsTraced) {

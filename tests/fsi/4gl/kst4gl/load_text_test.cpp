@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -258,6 +260,25 @@ TEST_F(LoadText, ConditionsTakeTheSlotOfTheirNumber) {
               "condition 10: type 1 'kind_1' 'A B' field 0 table 'T1'\n");
 }
 
+TEST_F(LoadText, KeyColumnsAreTraced) {
+    std::string trace;
+    ZOutputRedirect(
+        1,
+        [](const char *text, size_t n, void *user) {
+            static_cast<std::string *>(user)->append(text, n);
+        },
+        &trace);
+    f_trace = 1;
+    const OwnedXfd xfd =
+        load("XFD,3,C,C\n9,9,2\n1,0,1,0\n1\nOne\n1,0,1,0\n2\nTwo-A\nTwo-B\n0\n0\n");
+    f_trace = 0;
+    ZOutputRedirect(1, nullptr, nullptr);
+    ASSERT_NE(xfd, nullptr) << file_error();
+    for (const char *line : {"Adding one to k_field [0]", "Adding two_a to k_field [0]",
+                             "Adding two_b to k_field [1]"})
+        EXPECT_NE(trace.find(line), std::string::npos) << trace;
+}
+
 TEST_F(LoadText, UnknownConditionTypeIsRefused) {
     for (const char *type : {"10", "0", "2147483647"}) {
         SCOPED_TRACE(type);
@@ -428,6 +449,40 @@ TEST_F(LoadText, RelativeKeyIsNotBuiltBehindABadField) {
     ASSERT_NE(xfd, nullptr);
     EXPECT_EQ(print_keys(*xfd), "key 0: 9+31 columns z4glidentity=65535\n");
     EXPECT_EQ(print_counts(*xfd), "counts keys 1 conditions 0 fields 1 1 listed 0 0 slots 2\n");
+}
+
+// The indented lines behind "Example:" on the page that describes the form.
+std::string documented_example() {
+    const std::filesystem::path page =
+        std::filesystem::path(__FILE__).parent_path() / "../../../../docs/formats/text-xfd.md";
+    std::ifstream in(page);
+    std::string line;
+    while (std::getline(in, line) && line != "Example:") {
+    }
+    std::string text;
+    while (std::getline(in, line) && !line.starts_with('#')) {
+        if (line.starts_with("    "))
+            text += line.substr(4) + '\n';
+    }
+    return text;
+}
+
+TEST_F(LoadText, DocumentedExampleLoads) {
+    const OwnedXfd xfd = load(documented_example());
+    ASSERT_NE(xfd, nullptr) << file_error();
+    EXPECT_EQ(print_counts(*xfd) + print_keys(*xfd) + print_conditions(*xfd) + print_fields(*xfd),
+              "counts keys 2 conditions 1 fields 5 6 listed 5 6 slots 6\n"
+              "key 0: 0+6 columns cust_id=0\n"
+              "key 1: 6+20 duplicates columns cust_name=1\n"
+              "condition 1: type 1 'cust_kind' 'C' field 2 table 'COMPANIES'\n"
+              "field 0: 'cust_id' at 0 size 6 type 1 digits 6 level 2 flags K\n"
+              "field 1: 'cust_name' at 6 size 20 type 16 digits 20 level 2 flags K\n"
+              "field 2: 'cust_kind' at 26 size 1 type 16 digits 1 level 2\n"
+              "field 3: 'turnover_1' at 27 size 5 type 9 digits 9 scale -2 condition 1 level 3 "
+              "occurs 2/1\n"
+              "field 4: 'turnover_2' at 32 size 5 type 9 digits 9 scale -2 condition 1 level 3 "
+              "occurs 2/2\n"
+              "field 5: 'since' at 37 size 8 type 1 digits 8 user 1 level 2 format 'YYYYMMDD'\n");
 }
 
 struct Malformed {
@@ -636,7 +691,7 @@ TEST_F(LoadText, OccurrenceBehindTheLargestOffsetIsRefused) {
 TEST_F(LoadText, RelativeFileWithKeysIsRefusedUnderItsFlag) {
     Lines lines = kWhole;
     lines[0] = "XFD,8,CLIENT,CLIENT,8";
-    EXPECT_EQ(refusal(lines, 3, XFD_LOAD_RELATIVE_KEY),
+    EXPECT_EQ(refusal(lines, 2, XFD_LOAD_RELATIVE_KEY),
               "a relative file has no keys of its own, this one declares 1");
     EXPECT_NE(load(join(lines)), nullptr);
 }
