@@ -326,17 +326,6 @@ bool switch_code_page(int number) {
     return true;
 }
 
-bool code_page_is_known(int number) {
-    if (number == current_number || number == kUtf8Number || number == kLatin1Number ||
-        find_single(number) != nullptr)
-        return true;
-    LibraryPage *page = make_library_page(number);
-    if (page == nullptr)
-        return false;
-    discard(page);
-    return true;
-}
-
 Decoded decode(const CodePage &page, const char *text, size_t n) {
     const auto byte = static_cast<unsigned char>(*text);
     switch (page.kind) {

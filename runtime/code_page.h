@@ -24,11 +24,8 @@ const CodePage &code_page();
 int code_page_number();
 
 // Makes a page the program's own.  False, and no change, for one that is not
-// known or found no memory.  Going to 65001 and back costs nothing.
+// known and, with errno ENOMEM, for want of memory.  Going to 65001 and back costs nothing.
 bool switch_code_page(int number);
-
-// Whether switch_code_page would know the page; changes nothing.
-bool code_page_is_known(int number);
 
 // The character at text (n bytes, at least one).  Bytes without a meaning are
 // read one by one as Latin-1.

@@ -5,13 +5,11 @@
 // is read in config_file.cpp.
 #include "host/config.h"
 
-#include <stdio.h>
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
-#include <strings.h>
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 
 #include "host/memory.h"
@@ -28,7 +26,7 @@ namespace {
 
 constexpr const char *kSource = "runtime/config";
 
-// Delivered values of a stream that stay for the next declaration.
+// Of the values of a stream so many bytes stay for the next declaration.
 constexpr size_t kMaxKeptBytes = size_t{1} << 20;
 
 int announcing;
@@ -48,18 +46,12 @@ bool is_text(const ZCVariable &row) {
 
 // ---- the host's own variables
 
-int hear_code_page(const char *, void *value, int16_t, int) {
-    int32_t page = 28591;
-    if (value != nullptr)
-        parse_number(static_cast<const char *>(value), &page);
-    switch_code_page(page);
-    return 0;
-}
+constexpr int kDefaultCodePage = 28591;
 
 constexpr ZCVariable kOwnRows[] = {
     {"XFD_PREFIX", kText, 0, nullptr, 0, nullptr, 0},
     {"XFD_DIRECTORY", kText, 0, nullptr, 0, nullptr, 0},
-    {"COBOL_CODE_PAGE", kLong, 28591, nullptr, 0, hear_code_page, 0},
+    {"COBOL_CODE_PAGE", kLong, kDefaultCodePage, nullptr, 0, nullptr, 0},
     {"TRACE_FILE", kText, 0, nullptr, 0, nullptr, 0},
     {"MESSAGE_FILE", kText, 0, nullptr, 0, nullptr, 0},
 };
@@ -100,38 +92,52 @@ void put_default_in_force(Variable *variable) {
     tell_indicators(*variable);
 }
 
-// A stream's handler gets the text as a dynamic string of its own.
-int deliver(const ZCVariable &row, const Given &given, int32_t number) {
-    if (row.handler == nullptr)
-        return 1;
-    if (row.type != kStream) {
-        const bool is_short = row.type == kBool || row.type == kTiny || row.type == kShort;
-        row.handler(row.name, const_cast<char *>(given.text),
-                    is_short ? static_cast<int16_t>(number) : int16_t{0}, announcing);
-        return 1;
-    }
+void call_handler(const ZCVariable &row, void *value, int16_t short_value) {
+    if (row.handler != nullptr)
+        row.handler(row.name, value, short_value, announcing);
+}
+
+void tell_handler(const ZCVariable &row, const Given &given, int32_t number) {
+    const bool is_short = row.type == kBool || row.type == kTiny || row.type == kShort;
+    call_handler(row, given.text, is_short ? static_cast<int16_t>(number) : int16_t{0});
+}
+
+// What a stream's handler gets; null with the error state set.
+ZString make_string(const Given &given) {
     ZString string = ZSTRINGNew(given.length + 1, "configuration value", kSource);
     if (string == nullptr || !ZSTRINGAppendN(string, given.text, given.length)) {
         ZSTRINGDelete(string);
-        return refuse_memory();
+        refuse_memory();
+        return nullptr;
     }
-    row.handler(row.name, string, 0, announcing);
+    return string;
+}
+
+int tell_stream(const ZCVariable &row, const Given &given) {
+    ZString string = make_string(given);
+    if (string == nullptr)
+        return 0;
+    call_handler(row, string, 0);
     ZSTRINGDelete(string);
     return 1;
 }
 
-// The host's own files are opened before their names are accepted.
-int check_own(const ZCVariable &row, const char *text, int32_t number) {
-    if (&row == kCodePageRow && !code_page_is_known(number))
-        return refuse(kParameterError,
-                      "COBOL_CODE_PAGE '%.*s' is no known code page; give one such as 28591, 1252, "
-                      "65001 or 932",
-                      kShownBytes, text);
+// The host's own variables act before their values are accepted.
+int act_on_own(const ZCVariable &row, const char *text, int32_t number) {
     if (&row == kTraceFileRow)
         return set_trace_file(text);
     if (&row == kMessageFileRow)
         return set_message_file(text);
-    return 1;
+    if (&row != kCodePageRow)
+        return 1;
+    errno = 0;
+    if (switch_code_page(number))
+        return 1;
+    return errno == ENOMEM ? refuse_memory()
+                           : refuse(kParameterError,
+                                    "COBOL_CODE_PAGE '%.*s' is no known code page; give one such "
+                                    "as 28591, 1252, 65001 or 932",
+                                    kShownBytes, text);
 }
 
 void clear_own(const ZCVariable &row) {
@@ -139,6 +145,8 @@ void clear_own(const ZCVariable &row) {
         set_trace_file(nullptr);
     if (&row == kMessageFileRow)
         set_message_file(nullptr);
+    if (&row == kCodePageRow)
+        switch_code_page(kDefaultCodePage);
 }
 
 // The strongest source that gave something, or null.
@@ -158,18 +166,19 @@ int apply_waiting(Variable *variable) {
     if (row.type == kStream) {
         for (const GivenList &list : variable->given) {
             for (const Given *given = list.first; given != nullptr; given = given->next)
-                done &= deliver(row, *given, 0);
+                done &= tell_stream(row, *given);
         }
         return done;
     }
     while (const GivenList *list = strongest(*variable)) {
         const Given *given = list->last;
         int32_t number = 0;
-        if (check_value(row, given->text, &number) && check_own(row, given->text, number)) {
+        if (check_value(row, given->text, &number) && act_on_own(row, given->text, number)) {
             variable->number = number;
             variable->text = given->text;
             tell_indicators(*variable);
-            return done & deliver(row, *given, number);
+            tell_handler(row, *given, number);
+            return done;
         }
         done = 0;
         clear(&variable->given[list - variable->given]);
@@ -182,8 +191,6 @@ int apply_waiting(Variable *variable) {
 // The environment's word on a variable, once for each declaration.
 bool take_environment(Variable *variable, const char *row_name) {
     clear(&variable->given[kFromEnvironment]);
-    if (variable->is_hidden_from_environment)
-        return true;
     char name[kMaxNameBytes + 1];
     size_t n = std::min(strlen(row_name), kMaxNameBytes);
     std::transform(row_name, row_name + n, name, [](char c) {
@@ -258,31 +265,45 @@ void undo_prepare(const ZCVariable *table, uint32_t count) {
 
 // ---- setting
 
-// Takes a text from a source for a variable whose row, if any, it fits.
+// Keeps the values of a stream, and of a name of which nobody knows yet whether it
+// is one, for the next declaration; the oldest go when there are too many.
+void keep(GivenList *list, Given *given) {
+    append(list, given);
+    while (list->bytes > kMaxKeptBytes && list->first != given)
+        remove_first(list);
+}
+
+int give_to_stream(const ZCVariable &row, GivenList *list, Given *given) {
+    ZString string = make_string(*given);
+    if (string == nullptr) {
+        Zfree(given);
+        return 0;
+    }
+    keep(list, given);
+    call_handler(row, string, 0);
+    ZSTRINGDelete(string);
+    return 1;
+}
+
+// Takes a text that fits from a source.
 int give(Variable *variable, Source source, Given *given, int32_t number) {
     GivenList *list = &variable->given[source];
     const ZCVariable *row = variable->row;
-    const bool is_stream = row == nullptr || row->type == kStream;
-    if (row != nullptr && row->type == kStream) {
-        append(list, given);
-        while (list->bytes > kMaxKeptBytes && list->first != given) {
-            Given *oldest = list->first;
-            list->first = oldest->next;
-            list->bytes -= oldest->length;
-            Zfree(oldest);
-        }
-        return deliver(*row, *given, 0);
+    if (row == nullptr) {
+        keep(list, given);
+        return 1;
     }
-    // Nobody knows yet whether an undeclared name is a stream: every value waits.
-    if (!is_stream)
-        clear(list);
+    if (row->type == kStream)
+        return give_to_stream(*row, list, given);
+    clear(list);
     append(list, given);
-    if (row == nullptr || strongest(*variable) != list)
+    if (strongest(*variable) != list)
         return 1;
     variable->number = number;
     variable->text = given->text;
     tell_indicators(*variable);
-    return deliver(*row, *given, number);
+    tell_handler(*row, *given, number);
+    return 1;
 }
 
 int clear_value(const char *name) {
@@ -295,14 +316,12 @@ int clear_value(const char *name) {
         put_default_in_force(variable);
     for (GivenList &list : variable->given)
         clear(&list);
-    variable->is_hidden_from_environment = true;
     if (row == nullptr) {
         drop_if_unused(variable);
         return 1;
     }
     clear_own(*row);
-    if (row->handler != nullptr)
-        row->handler(row->name, nullptr, 0, announcing);
+    call_handler(*row, nullptr, 0);
     return 1;
 }
 
@@ -339,7 +358,7 @@ int set_variable(const char *name, const char *text, bool from_file) {
         const bool is_weaker = from_file && row != nullptr && row->type != kStream &&
                                (variable->given[kFromEnvironment].first != nullptr ||
                                 variable->given[kFromProgram].first != nullptr);
-        if (row == nullptr || is_weaker || check_own(*row, text, number))
+        if (row == nullptr || is_weaker || act_on_own(*row, text, number))
             return give(variable, from_file ? kFromFile : kFromProgram, given, number);
         Zfree(given);
     }

@@ -60,6 +60,23 @@ int open_flags(const char *mode) {
     return -1;
 }
 
+// -1 with errno set, for a directory too.
+int open_file(const char *path, int flags) {
+    int fd;
+    do {
+        fd = open(path, flags | O_CLOEXEC, 0666);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0)
+        return -1;
+    struct stat status;
+    int cause = fstat(fd, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
+    if (cause == 0)
+        return fd;
+    close(fd);
+    errno = cause;
+    return -1;
+}
+
 // One read(2) that no signal interrupts; 0 at the end and on errors.
 size_t read_some(ZFile *file, void *buffer, size_t bytes) {
     ssize_t n;
@@ -131,30 +148,19 @@ ZFile *os_fopen(const char *path, const char *mode, int) {
         errno = EINVAL;
         return nullptr;
     }
+    // Memory first: a refusal must not cost the file that is there its contents.
     host::Block<ZFile> file(Zmalloc(sizeof(ZFile), "file", "runtime/files"));
     if (!file) {
         errno = ENOMEM;
         return nullptr;
     }
-    int fd;
-    do {
-        fd = open(path, flags | O_CLOEXEC, 0666);
-    } while (fd < 0 && errno == EINTR);
-    host::Descriptor descriptor(fd);
-    if (fd < 0) {
-        int cause = errno;
+    file->fd = open_file(path, flags);
+    if (file->fd < 0) {
+        const int cause = errno;
         Zfree(file.release());
         errno = cause;
         return nullptr;
     }
-    struct stat status;
-    if (fstat(fd, &status) != 0)
-        return nullptr;
-    if (S_ISDIR(status.st_mode)) {
-        errno = EISDIR;
-        return nullptr;
-    }
-    file->fd = descriptor.release();
     file->writes = (flags & O_ACCMODE) == O_WRONLY;
     file->failed = false;
     file->next = 0;

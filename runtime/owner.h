@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// Owners of what the host's services hold while they build something.
+// The owner of a block that a service holds while it builds something.
 #ifndef RUNTIME_OWNER_H
 #define RUNTIME_OWNER_H
-
-#include <unistd.h>
 
 #include "host/memory.h"
 
@@ -30,28 +28,6 @@ class Block {
 
  private:
     T *block_;
-};
-
-// One file descriptor, closed at the end of the scope unless released.
-class Descriptor {
- public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    int get() const { return fd_; }
-    int release() {
-        int fd = fd_;
-        fd_ = -1;
-        return fd;
-    }
-
- private:
-    int fd_;
 };
 
 }  // namespace host

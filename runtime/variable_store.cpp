@@ -191,16 +191,21 @@ void append(GivenList *list, Given *given) {
     else
         list->last->next = given;
     list->last = given;
-    list->bytes += given->length;
+    list->bytes += sizeof(Given) + given->length;
+}
+
+void remove_first(GivenList *list) {
+    Given *given = list->first;
+    list->first = given->next;
+    if (list->first == nullptr)
+        list->last = nullptr;
+    list->bytes -= sizeof(Given) + given->length;
+    Zfree(given);
 }
 
 void clear(GivenList *list) {
-    for (Given *given = list->first; given != nullptr;) {
-        Given *next = given->next;
-        Zfree(given);
-        given = next;
-    }
-    *list = {};
+    while (list->first != nullptr)
+        remove_first(list);
 }
 
 }  // namespace host

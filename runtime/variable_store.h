@@ -26,7 +26,7 @@ struct Given {
 struct GivenList {
     Given *first;
     Given *last;
-    size_t bytes;
+    size_t bytes;  // records included
 };
 
 struct Indicator {
@@ -42,7 +42,6 @@ struct Variable {
     uint32_t hash;
     const ZCVariable *row;  // null while nobody declares it
     GivenList given[kSources];
-    bool is_hidden_from_environment;  // since it was cleared
     Indicator *indicators;
     const char *text;  // in force: a given one or the row's, null for none
     int32_t number;    // in force
@@ -64,6 +63,7 @@ void drop_if_unused(Variable *variable);
 
 Given *make_given(const char *text);  // null with the error state set
 void append(GivenList *list, Given *given);
+void remove_first(GivenList *list);
 void clear(GivenList *list);
 
 }  // namespace host

@@ -60,9 +60,10 @@ inline void clear_error() {
 
 // "2: message", "14", or "0".
 inline std::string error() {
-    const char *message = *Zstdlib_f_errmsg();
-    return std::to_string(*Zstdlib_f_errno()) +
-           (message == nullptr ? std::string() : ": " + std::string(message));
+    std::string text = std::to_string(*Zstdlib_f_errno());
+    if (const char *message = *Zstdlib_f_errmsg(); message != nullptr)
+        text.append(": ").append(message);
+    return text;
 }
 
 // Collects what goes to the error output (0) or the trace (1) while it lives.
