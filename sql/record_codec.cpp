@@ -132,7 +132,7 @@ struct RecordPlan {
     FieldResult decode_field(const FieldPlan &field, const unsigned char *record, char *texts,
                              Value *out) const;
     bool encode_field(const FieldPlan &field, const Value &value, unsigned char *image_out) const;
-    Status encode_named(const FieldPlan &field, const Value &value, unsigned char *image_out) const;
+    [[nodiscard]] Status does_not_fit(const FieldPlan &field, const Value &value) const;
     DecodedRecord decode_full(const unsigned char *record, std::span<Value> values,
                               char *texts) const;
     [[nodiscard]] size_t encoded_length(std::span<const Value> values,
@@ -260,7 +260,7 @@ DecodedRecord RecordPlan::decode_full(const unsigned char *record, std::span<Val
         Value &value = values[i];
         value = Value();
         const FieldResult got = decode_field(field, record, texts, &value);
-        if (!got.sorts) {
+        if (!got.sorts || !got.is_canonical) {
             result.irregular_keys |= field.keys;
         }
         if (!got.is_canonical) {
@@ -334,11 +334,7 @@ bool RecordPlan::encode_field(const FieldPlan &field, const Value &value,
     }
 }
 
-Status RecordPlan::encode_named(const FieldPlan &field, const Value &value,
-                                unsigned char *image_out) const {
-    if (encode_field(field, value, image_out)) [[likely]] {
-        return {};
-    }
+Status RecordPlan::does_not_fit(const FieldPlan &field, const Value &value) const {
     std::string room = std::to_string(field.size) + (field.size == 1 ? " byte" : " bytes");
     if (field.number != SIZE_MAX) {
         const FieldShape &shape = numbers[field.number].shape;
@@ -420,9 +416,8 @@ Status RecordCodec::encode(std::span<const Value> values, std::span<unsigned cha
         if (values[i].is_null()) {
             continue;
         }
-        if (Status status = plan.encode_named(plan.fields[i], values[i], image.data());
-            !status.ok()) {
-            return status;
+        if (!plan.encode_field(plan.fields[i], values[i], image.data())) {
+            return plan.does_not_fit(plan.fields[i], values[i]);
         }
     }
     *length = plan.encoded_length(values, image.data());
@@ -452,9 +447,8 @@ Status RecordCodec::encode_over(Bytes exact, std::span<const Value> values,
         if (values[i].is_null()) {
             std::copy_n(plan.blank_image.begin() + field.offset, field.size,
                         image.begin() + field.offset);
-        } else if (Status status = plan.encode_named(field, values[i], image.data());
-                   !status.ok()) {
-            return status;
+        } else if (!plan.encode_field(field, values[i], image.data())) {
+            return plan.does_not_fit(field, values[i]);
         }
     }
     if (is_changed && plan.is_line_sequential) {

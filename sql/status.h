@@ -7,6 +7,7 @@
 #define SQL_STATUS_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -34,25 +35,30 @@ enum class ErrorKind : uint8_t {
     kInternal,       // SQL that the database refuses though this layer wrote it
 };
 
-// Kind and text of one outcome.  Cheap to return when all is well.
+// Kind and text of one outcome.  One that is ok costs a null pointer, so that
+// calls made for every record can return it.
 class [[nodiscard]] Status {
  public:
     Status() = default;
-    Status(ErrorKind kind, std::string text) : kind_(kind), text_(std::move(text)) {}
+    Status(ErrorKind kind, std::string text)
+        : error_(std::make_shared<const Error>(Error{kind, std::move(text)})) {}
 
-    [[nodiscard]] bool ok() const { return kind_ == ErrorKind::kOk; }
-    [[nodiscard]] ErrorKind kind() const { return kind_; }
+    [[nodiscard]] bool ok() const { return error_ == nullptr; }
+    [[nodiscard]] ErrorKind kind() const { return ok() ? ErrorKind::kOk : error_->kind; }
     // One line without a newline at its end; empty when ok().
-    [[nodiscard]] const std::string &text() const { return text_; }
+    [[nodiscard]] std::string text() const { return ok() ? std::string() : error_->text; }
 
     // The same kind with `where` and ": " in front of the text.
     [[nodiscard]] Status within(const std::string &where) const {
-        return ok() ? *this : Status(kind_, where + ": " + text_);
+        return ok() ? *this : Status(error_->kind, where + ": " + error_->text);
     }
 
  private:
-    ErrorKind kind_ = ErrorKind::kOk;
-    std::string text_;
+    struct Error {
+        ErrorKind kind;
+        std::string text;
+    };
+    std::shared_ptr<const Error> error_;
 };
 
 }  // namespace sql

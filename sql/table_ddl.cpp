@@ -43,23 +43,23 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) 
 std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &) {
     std::vector<IndexSql> indexes;
     const auto add = [&](const Key &key, const char *suffix, std::vector<size_t> columns,
-                         const std::string &condition) {
+                         const std::string &condition, bool is_made_first) {
         std::string sql = key.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
         sql += Dialect::quote(key.index_name + suffix) + " ON " + Dialect::quote(layout.table) +
                " (" + quoted_names(layout, columns) + ")" + condition;
-        indexes.push_back({std::move(sql), std::move(columns)});
+        indexes.push_back({std::move(sql), std::move(columns), is_made_first});
     };
     for (size_t k = 0; k < layout.keys.size(); k++) {
         const Key &key = layout.keys[k];
         if (key.columns.empty()) {
-            add(key, "", {key.bytes_column}, "");
+            add(key, "", {key.bytes_column}, "", k == 0);
             continue;
         }
         if (k > 0 || !has_primary_key(layout)) {
-            add(key, "", key.columns, "");
+            add(key, "", key.columns, "", k == 0);
         }
         add(key, "_bytes", {key.bytes_column},
-            " WHERE " + quoted_names(layout, {key.bytes_column}) + " IS NOT NULL");
+            " WHERE " + quoted_names(layout, {key.bytes_column}) + " IS NOT NULL", true);
     }
     return indexes;
 }

@@ -105,6 +105,9 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect);
 struct IndexSql {
     std::string sql;
     std::vector<size_t> columns;  // in TableLayout::columns
+    // Cheaper to keep while rows come than to make behind them: few rows are in
+    // it, or they come in its order.
+    bool is_made_first = false;
 };
 
 // Everything that follows the table.

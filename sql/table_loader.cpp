@@ -64,7 +64,7 @@ class Loader final : public TableLoader {
     Status insert_one(size_t row, bool is_lean);
     void count(const Row &row);
     Status reject(uint64_t number, const Status &reason, Bytes record);
-    Status create_indexes();
+    Status create_indexes(bool first);
     Status reject_duplicates(const IndexSql &index);
     Status reject_stored(uint64_t number, const Status &reason);
 
@@ -79,7 +79,7 @@ class Loader final : public TableLoader {
     LoadSummary summary_;
     bool has_begun_ = false;
     bool finished_ = false;
-    bool indexes_come_first_ = false;
+    bool all_indexes_first_ = false;
     uint64_t last_number_ = 0;
 
     // A row's values: number, fields, bytes of the keys without columns (lean
@@ -120,9 +120,9 @@ Status Loader::start() {
     }
     // Where the exact bytes are not kept, a record that turns out to be a
     // duplicate later could not be handed back.
-    indexes_come_first_ = layout_.exact_record == TableLayout::kNone;
-    if (status.ok() && indexes_come_first_) {
-        status = create_indexes();
+    all_indexes_first_ = layout_.exact_record == TableLayout::kNone;
+    if (status.ok()) {
+        status = create_indexes(true);
     }
     if (status.ok()) {
         lay_out_rows();
@@ -336,8 +336,8 @@ Status Loader::finish(LoadSummary *summary) {
         return {ErrorKind::kUsage, "the load has been finished"};
     }
     Status status = flush();
-    if (status.ok() && !indexes_come_first_) {
-        status = create_indexes();
+    if (status.ok()) {
+        status = create_indexes(false);
     }
     if (status.ok()) {
         status = connection_.commit();
@@ -349,8 +349,11 @@ Status Loader::finish(LoadSummary *summary) {
     return status;
 }
 
-Status Loader::create_indexes() {
+Status Loader::create_indexes(bool first) {
     for (const IndexSql &index : create_index_sql(layout_, connection_.dialect())) {
+        if ((index.is_made_first || all_indexes_first_) != first) {
+            continue;
+        }
         Status status = connection_.execute(index.sql);
         if (status.kind() == ErrorKind::kDuplicate) {
             status = reject_duplicates(index);

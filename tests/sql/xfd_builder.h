@@ -16,7 +16,7 @@
 namespace sql_test {
 
 struct FieldRow {
-    std::string name;
+    const char *name;
     uint32_t offset;
     uint32_t size;
     uint16_t type;
