@@ -108,15 +108,16 @@ bool TextLines::is_text_form() const {
 int32_t TextLines::checked(uint32_t i, const char *what, int32_t least, int32_t most) {
     if (status_ != LoadStatus::kDone)
         return 0;
-    const char *written = text(i);
-    const int32_t value = integer(i);
-    if (*written == '\0') {
-        status_ = refuse("the %s is missing", what);
-    } else if (Zcds_get_type(values_.get(), i) != kInteger || value < least || value > most) {
-        status_ = refuse("the %s must be a number from %d to %d, not '%.60s'", what, least, most,
-                         written);
+    if (Zcds_get_type(values_.get(), i) == kInteger) {
+        const int32_t value = integer(i);
+        if (value >= least && value <= most)
+            return value;
     }
-    return status_ == LoadStatus::kDone ? value : 0;
+    const char *written = text(i);
+    status_ = *written == '\0' ? refuse("the %s is missing", what)
+                               : refuse("the %s must be a number from %d to %d, not '%.60s'", what,
+                                        least, most, written);
+    return 0;
 }
 
 }  // namespace fsi
