@@ -71,15 +71,16 @@ int Z4make_sql_name(char *dest, const char *base, const char *suffix, int max_le
         }
         base_length = limit - suffix_length;
     }
-    std::memmove(dest, base, base_length);
+    // The suffix brings the zero byte.
+    std::memmove(dest, base, base_length);  // NOLINT(bugprone-not-null-terminated-result)
     std::memcpy(dest + base_length, suffix, suffix_length + 1);
     return 1;
 }
 
 void Z4fill_nines(char *dest, XfdField *field) {
     const XfdArgument *argument = Z4GetXFDFieldArgument(field);
-    const int digits = static_cast<int8_t>(argument->a_digits);
-    const int scale = static_cast<int8_t>(argument->a_scale);
+    const auto digits = static_cast<int8_t>(argument->a_digits);
+    const int8_t scale = argument->a_scale;
 
     char *end = std::fill_n(dest, std::max(digits + scale, 0), '9');
     if (scale < 0) {

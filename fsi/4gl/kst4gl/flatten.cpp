@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // Flattening of a path into a table name.
+#include <cstdint>
 #include <cstring>
 
 #include "host/config.h"
@@ -18,14 +19,14 @@ void move_text(char *to, const char *from) {
 }  // namespace
 
 int Z4FlattenName(char *name) {
-    const int level = ZCGetValueTinyint("4GL_USEDIR_LEVEL", 0);
+    const int8_t level = ZCGetValueTinyint("4GL_USEDIR_LEVEL", 0);
     if (f_trace != 0)
         ZTrace(1, kTraceCategory, "Z4FlattenName %s", name);
 
     int changed = 0;
     char *base = Zbasename(name);
     // Each round joins the base name with the directory in front of it.
-    for (int i = 0; i < level && base != name; ++i) {
+    for (int8_t i = 0; i < level && base != name; ++i) {
         move_text(base - 1, base);
         base = Zbasename(name);
         changed = 1;

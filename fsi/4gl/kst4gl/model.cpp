@@ -48,7 +48,8 @@ T *with_room_for_one(T *array, uint32_t in_use, Count &allocated, const char *ta
     return grown;
 }
 
-// True when slot x_n_keys exists.  On failure there are no keys any more.
+// True when slot x_n_keys exists.  False at the ceiling, and when memory is
+// refused: then there are no keys any more.
 bool make_key_slot(Xfd *xfd) {
     if (xfd->x_n_keys >= kMaxKeys)
         return false;
@@ -62,7 +63,8 @@ bool make_key_slot(Xfd *xfd) {
     return true;
 }
 
-// True when slot x_n_fields exists.  On failure there are no fields any more.
+// True when slot x_n_fields exists.  False when memory is refused: then there are
+// no fields any more.
 bool make_field_slot(Xfd *xfd) {
     const auto old_base = reinterpret_cast<uintptr_t>(xfd->x_fdesc);
     const uint32_t old_slots = xfd->x_fdesc == nullptr ? 0 : xfd->x_n_fields_alloc;

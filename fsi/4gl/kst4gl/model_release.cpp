@@ -22,7 +22,8 @@ struct FieldBlocks {
     ZString comment;
     char *null_value;
 };
-static_assert(sizeof(FieldBlocks) <= sizeof(XfdField) && alignof(FieldBlocks) <= alignof(XfdField));
+static_assert(sizeof(FieldBlocks) <= sizeof(XfdField));
+static_assert(alignof(FieldBlocks) <= alignof(XfdField));
 
 // Calls `free_block` once for each different member of the list.
 template <typename T, typename Free>
