@@ -16,9 +16,10 @@ bool is_numeric_type(uint16_t type);
 // For each condition on a field: c_field_num becomes the first field of its
 // variable's name, that field loses its secondary-table bit, and the value of a
 // comparison on a numeric field becomes the text it is compared as later, sign
-// and digits with the field's digits and scale.  A value that is empty, no
-// number, or does not fit the field stays as it is, and so does every value for
-// a field of more than 49 digits.  A condition without a field is left alone.
+// and digits with the field's digits and scale; decimals that the field does not
+// have are cut, as in a MOVE.  A value that is empty, no number, or does not fit
+// the field stays as it is, and so does every value for a field of more than 49
+// digits.  A condition without a field is left alone.
 void resolve_conditions(Xfd *xfd, const MentionedNames &names);
 
 }  // namespace fsi

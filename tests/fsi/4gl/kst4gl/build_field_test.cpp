@@ -188,6 +188,24 @@ TEST_F(BuildField, LastFieldOfAKeyColumnsNameCounts) {
         EXPECT_EQ(xfd->x_fdesc[f].fd_flags, static_cast<uint32_t>(XFD_FIELD_IN_KEY)) << f;
 }
 
+// Key columns and conditions name a slot in 16 bits, of which 65535 is none.
+TEST_F(BuildField, SlotsThat16BitsCannotNameAreNotNamed) {
+    std::string text =
+        "XFD,8,C,C,12\n9,9,1\n0,18,46,44,0\n1,0,1,0\n3\nF40000\nF65534\nF65535\n2\n"
+        "1,1,F40000,A\n2,1,F65535,A\n65536\n";
+    for (int f = 0; f < 65536; ++f)
+        text += "0,1,16,1,0,16,0,5,F" + std::to_string(f) + '\n';
+    const OwnedXfd xfd = load(text);
+    ASSERT_NE(xfd, nullptr) << file_error();
+    EXPECT_EQ(support::print_keys(*xfd),
+              "key 0: 0+1 columns f40000=40000 f65534=65534 f65535=65535\n");
+    EXPECT_EQ(support::print_conditions(*xfd),
+              "condition 1: type 1 'f40000' 'A' field 40000\n"
+              "condition 2: type 1 'f65535' 'A' field 0\n");
+    EXPECT_STREQ(xfd->x_fdesc[65535].fd_name, "f65535");
+    EXPECT_EQ(xfd->x_fdesc[65535].fd_flags, static_cast<uint32_t>(XFD_FIELD_IN_KEY));
+}
+
 TEST_F(BuildField, MachineLongIsStoredAsFourBytes) {
     EXPECT_EQ(fields({"4", "0,8,30,18,0,0,0,1,A", "8,8,31,18,0,0,0,1,B", "16,4,30,9,0,0,0,1,C",
                       "20,8,13,18,0,0,0,1,D"}),

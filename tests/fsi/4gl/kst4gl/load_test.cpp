@@ -35,11 +35,19 @@ TEST_F(Load, FormIsToldByTheFirstLine) {
               "19 2 0 'XFD file '" + path() + "', line 1: the line is longer than 510 characters'");
 }
 
-TEST_F(Load, EmptyFileIsARead) {
+TEST_F(Load, FileWithoutADataLineIsAReadError) {
     for (const char *text : {"", "\n", "# only comments\n# here\n"}) {
         EXPECT_EQ(load(text), nullptr);
         EXPECT_EQ(file_error(), "19 1 0 'Read error on XFD file, error = 0'");
     }
+}
+
+TEST_F(Load, ReadThatFailsTellsTheSystemError) {
+    // Reading the memory of a process at address 0 is an input/output error.
+    std::filesystem::create_symlink("/proc/self/mem", folder_.path("file.xfd"));
+    EXPECT_EQ(Z4ParseXFD("file", 0, 30), nullptr);
+    EXPECT_EQ(file_error(), "19 1 5 'Read error on XFD file, error = 5'");
+    EXPECT_EQ(errno, EIO);
 }
 
 TEST_F(Load, SuccessClearsAnEarlierError) {

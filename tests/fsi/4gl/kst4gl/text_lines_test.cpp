@@ -13,13 +13,13 @@ using fsi::LoadStatus;
 using fsi::OwnedFile;
 using fsi::TextLines;
 
-class TextLinesOf : public testing::Test {
+class TextLinesWalk : public testing::Test {
  protected:
-    TextLinesOf() {
+    TextLinesWalk() {
         fsi::reader.comments = ZSTRINGNew(40, "XFD Comments", "test");
         fsi::reader.path = "some.xfd";
     }
-    ~TextLinesOf() override { fsi::release_pending_comment(); }
+    ~TextLinesWalk() override { fsi::release_pending_comment(); }
 
     // Every data line, "<line>:<comments>:<first value>", up to the end or the
     // first refusal, whose message ends the text.
@@ -40,21 +40,21 @@ class TextLinesOf : public testing::Test {
 
 constexpr const char *kEnd = "Read error on XFD file, error = 0";
 
-TEST_F(TextLinesOf, ACommentedFile) {
+TEST_F(TextLinesWalk, GivesDataLinesWithTheCommentsAboveThem) {
     EXPECT_EQ(walk("one\n# a\n\n \t# b\ntwo\nthree\n"),
               std::string("1::one\n5:# a\n\n \t# b:two\n6::three\n") + kEnd);
 }
 
-TEST_F(TextLinesOf, LinesThatCountAsEmpty) {
+TEST_F(TextLinesWalk, BlankLinesAndALoneCrAreComments) {
     EXPECT_EQ(walk("\n\r\n   \n\t\r\n \t x\n"), std::string("5:\r\n   \n\t\r:x\n") + kEnd)
         << "a comment keeps its line as it was read";
 }
 
-TEST_F(TextLinesOf, LeadingBlanksBeforeAValue) {
+TEST_F(TextLinesWalk, LeadingBlanksDoNotCount) {
     EXPECT_EQ(walk(" \t one\n"), std::string("1::one\n") + kEnd);
 }
 
-TEST_F(TextLinesOf, FilesThatAreEmptyOrEndEarly) {
+TEST_F(TextLinesWalk, FilesWithoutADataLineEndAtOnce) {
     EXPECT_EQ(walk(""), kEnd);
     EXPECT_EQ(walk("\n"), kEnd);
     EXPECT_EQ(walk("x"), kEnd) << "the last character is cut, nothing is left";
@@ -62,11 +62,11 @@ TEST_F(TextLinesOf, FilesThatAreEmptyOrEndEarly) {
     EXPECT_EQ(walk(std::string_view("\0", 1)), kEnd);
 }
 
-TEST_F(TextLinesOf, LastLineWithoutANewlineLosesItsLastCharacter) {
+TEST_F(TextLinesWalk, LastLineWithoutANewlineLosesItsLastCharacter) {
     EXPECT_EQ(walk("one\ntwo"), std::string("1::one\n2::tw\n") + kEnd);
 }
 
-TEST_F(TextLinesOf, DataLinesUpToTheBuffer) {
+TEST_F(TextLinesWalk, DataLinesMayFillTheBuffer) {
     const std::string fits(510, 'x');
     EXPECT_EQ(walk(fits + "\ny\n"), "1::" + fits + "\n2::y\n" + kEnd);
     EXPECT_EQ(walk(fits + "\r\ny\n"),
@@ -80,7 +80,7 @@ TEST_F(TextLinesOf, DataLinesUpToTheBuffer) {
               "XFD file 'some.xfd', line 1: the line is longer than 510 characters");
 }
 
-TEST_F(TextLinesOf, RestOfALongCommentIsSkipped) {
+TEST_F(TextLinesWalk, RestOfALongCommentIsSkipped) {
     for (const size_t length : {509, 510, 511, 512, 1020, 1021, 1022, 5000}) {
         SCOPED_TRACE(length);
         const std::string comment = '#' + std::string(length, 'c');
@@ -90,12 +90,12 @@ TEST_F(TextLinesOf, RestOfALongCommentIsSkipped) {
     }
 }
 
-TEST_F(TextLinesOf, ZeroBytesAreRefused) {
+TEST_F(TextLinesWalk, ZeroBytesAreRefused) {
     EXPECT_EQ(walk(std::string_view("one\ntwo\0half\nthree\n", 19)),
               "1::one\nXFD file 'some.xfd', line 2: the line holds a zero byte behind 'tw'");
 }
 
-TEST_F(TextLinesOf, NumbersAreCheckedOnceALine) {
+TEST_F(TextLinesWalk, NumbersAreCheckedOnceALine) {
     const std::string path = folder_.write("some.xfd", "5,-1,x,300\n7\n");
     const OwnedFile file(os_fopen(path.c_str(), "r", 0));
     TextLines lines(file.get());
