@@ -39,9 +39,9 @@ std::string to_utf8(const char *text) {
     return utf8;
 }
 
-std::string printable(const char *text) {
+std::string without_controls(const std::string &text) {
     std::string out;
-    for (const char c : to_utf8(text)) {
+    for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte < 0x20 || byte == 0x7F) {
             char escaped[5];
@@ -52,6 +52,10 @@ std::string printable(const char *text) {
         }
     }
     return out;
+}
+
+std::string printable(const char *text) {
+    return without_controls(to_utf8(text));
 }
 
 void Columns::add(std::vector<std::string> cells) {

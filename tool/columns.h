@@ -38,8 +38,10 @@ size_t display_width(const std::string &text);
 // A text of the COBOL program's character set as UTF-8.
 std::string to_utf8(const char *text);
 
-// The same with nothing in it that a
-// terminal would obey: control characters become "\xHH".
+// Control characters, which a terminal would obey, become "\xHH".
+std::string without_controls(const std::string &text);
+
+// Both: a text of the COBOL program's character set, fit to be seen.
 std::string printable(const char *text);
 
 }  // namespace tool

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "sql/table_loader.h"
+#include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/database.h"
 #include "tool/interrupt.h"
@@ -75,7 +76,8 @@ void print_notes(const RecordReader &reader) {
 void print_summary(const Options &options, const sql::TableLayout &layout,
                    const sql::LoadSummary &summary, const RecordReader &reader) {
     std::cout << options.data_file << ": " << counted(summary.loaded, "record", "records")
-              << " loaded into table " << layout.table << " of " << options.database << '\n';
+              << " loaded into table " << without_controls(layout.table) << " of "
+              << options.database << '\n';
     if (reader.shape().format == RecordFormat::kRelative) {
         std::cout << "slots: " << counted(reader.notes().empty_slots, "is empty", "are empty")
                   << ", headers of " << static_cast<int>(reader.shape().slot_header) << " bytes\n";
@@ -122,8 +124,8 @@ int load(const Options &options) {
     sql::Status status =
         sql::TableLoader::begin(database.connection(), layout, std::move(load_options), &loader);
     if (status.kind() == sql::ErrorKind::kTableExists) {
-        throw Failure("--db " + options.database + ": " + status.text() +
-                      "; --replace drops it first");
+        throw Failure("--db " + options.database + ": there is a table " + layout.table +
+                      " already; --replace drops it first, another database leaves it alone");
     }
     Record record;
     uint64_t records = 0;

@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <vector>
 
+#include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/session.h"
 #include "tool/version.h"
@@ -39,7 +41,7 @@ struct Command {
 
 int fail(const std::string &command, const std::string &text, int status) {
     std::cout.flush();
-    std::cerr << "wbfsi " << command << ": " << text << '\n';
+    std::cerr << "wbfsi " << command << ": " << tool::without_controls(text) << '\n';
     return status;
 }
 
@@ -66,7 +68,8 @@ int report_parse_error(const CLI::App &app, const CLI::ParseError &error) {
     for (const CLI::App *sub : app.get_subcommands()) {
         where += " " + sub->get_name();
     }
-    std::cerr << where << ": " << error.what() << "; \"" << where << " --help\" shows the usage\n";
+    std::cerr << where << ": " << tool::without_controls(error.what()) << "; \"" << where
+              << " --help\" shows the usage\n";
     return tool::kFatal;
 }
 
@@ -103,6 +106,8 @@ int main(int argc, char **argv) {
             return run(command);
         } catch (const tool::Failure &failure) {
             return fail(name, failure.what(), failure.status());
+        } catch (const std::bad_alloc &) {
+            return fail(name, "out of memory", tool::kFatal);
         } catch (const std::exception &error) {
             return fail(name, error.what(), tool::kFatal);
         }

@@ -11,6 +11,9 @@ namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(200);
 
+// The time left is a wild guess before this part of the whole is done.
+constexpr double kFirstGuess = 0.02;
+
 std::string in_words(double seconds) {
     char text[32];
     const auto whole = static_cast<long long>(seconds);
@@ -39,7 +42,9 @@ std::string progress_line(const std::string &verb, uint64_t records, uint64_t do
         char percent[16];
         snprintf(percent, sizeof percent, ", %.0f %%", part * 100);
         line += percent;
-        line += ", " + in_words(seconds / part - seconds) + " left";
+        if (part >= kFirstGuess) {
+            line += ", " + in_words(seconds / part - seconds) + " left";
+        }
     }
     return line;
 }

@@ -22,24 +22,6 @@ struct Options {
     bool comments = false;
 };
 
-// The listed items stand in the text too where the listed view is whole: a
-// dictionary may count too few of them for it.
-int show_declarations(const Options &options) {
-    const auto print = [&](const Dictionary &expanded, uint32_t flags, bool listed_view) {
-        const Dictionary declared = load_dictionary(options.name, flags | XFD_LOAD_COPY_OCCURS);
-        show_text(std::cout, *declared, *expanded, listed_view);
-        return kDone;
-    };
-    constexpr uint32_t kListed = XFD_LOAD_COMMENTS | XFD_LOAD_LISTED_VIEW;
-    const Dictionary normal = load_dictionary(options.name, XFD_LOAD_COMMENTS);
-    const Dictionary listed = try_load_dictionary(options.name, kListed);
-    if (listed != nullptr && listed->x_version >= 5 &&
-        listed->x_n_fields_alloc > normal->x_n_fields_alloc) {
-        return print(listed, kListed, true);
-    }
-    return print(normal, XFD_LOAD_COMMENTS, false);
-}
-
 }  // namespace
 
 uint32_t shown_field_count(const Xfd &xfd, bool listed_view) {
@@ -63,7 +45,8 @@ Action declare_show(CLI::App &app) {
     app.add_flag("--comments", options->comments, "Show the comments of the fields");
     return [options] {
         if (options->format == "text") {
-            return show_declarations(*options);
+            show_text(std::cout, options->name);
+            return kDone;
         }
         const uint32_t flags = XFD_LOAD_COMMENTS | (options->listed ? XFD_LOAD_LISTED_VIEW : 0);
         const Dictionary xfd = load_dictionary(options->name, flags);
@@ -73,7 +56,7 @@ Action declare_show(CLI::App &app) {
         } else {
             show_table(std::cout, *xfd, listed_view, options->comments);
         }
-        return static_cast<int>(kDone);
+        return kDone;
     };
 }
 

@@ -20,14 +20,18 @@ void show_table(std::ostream &out, const Xfd &xfd, bool listed_view, bool with_c
 // The same as one JSON object; texts are UTF-8.
 void show_json(std::ostream &out, const Xfd &xfd, bool listed_view);
 
-// The text form that dictionaries are read from.  One dictionary is given twice:
-//   declared  loaded with XFD_LOAD_COMMENTS | XFD_LOAD_COPY_OCCURS, so that the
-//             fields have the names and the order of their declaration
-//   expanded  loaded with XFD_LOAD_COMMENTS
-// and both with XFD_LOAD_LISTED_VIEW where the listed view has its items.  The text
-// loads to the same dictionary under the same configuration, the file name aside.
-// Throws Failure that names what the form cannot hold; then nothing was printed.
-void show_text(std::ostream &out, const Xfd &declared, const Xfd &expanded, bool listed_view);
+// The text form that dictionaries are read from: the text loads to the same
+// dictionary as the file of that name does under the same configuration, the file
+// name aside.  Throws Failure when the file does not load and when the text form
+// cannot hold something of it, which the failure names; then nothing was printed.
+void show_text(std::ostream &out, const std::string &name);
+
+// The same from a dictionary that is loaded twice:
+//   declared  with XFD_LOAD_COMMENTS | XFD_LOAD_COPY_OCCURS, so that the fields have
+//             the names and the order of their declaration
+//   expanded  with XFD_LOAD_COMMENTS
+// and both with XFD_LOAD_LISTED_VIEW for the listed view.
+std::string dictionary_text(const Xfd &declared, const Xfd &expanded, bool listed_view);
 
 }  // namespace tool
 

@@ -418,8 +418,22 @@ std::string TextWriter::write() {
 
 }  // namespace
 
-void show_text(std::ostream &out, const Xfd &declared, const Xfd &expanded, bool listed_view) {
-    out << TextWriter(declared, expanded, listed_view).write();
+std::string dictionary_text(const Xfd &declared, const Xfd &expanded, bool listed_view) {
+    return TextWriter(declared, expanded, listed_view).write();
+}
+
+// The listed items stand in the text too where the listed view is whole: a
+// dictionary may count too few of them for it.
+void show_text(std::ostream &out, const std::string &name) {
+    constexpr uint32_t kNormal = XFD_LOAD_COMMENTS;
+    constexpr uint32_t kListed = XFD_LOAD_COMMENTS | XFD_LOAD_LISTED_VIEW;
+    const Dictionary normal = load_dictionary(name, kNormal);
+    const Dictionary listed = try_load_dictionary(name, kListed);
+    const bool use_listed = listed != nullptr && listed->x_version >= kLevels &&
+                            listed->x_n_fields_alloc > normal->x_n_fields_alloc;
+    const uint32_t flags = (use_listed ? kListed : kNormal) | XFD_LOAD_COPY_OCCURS;
+    const Dictionary declared = load_dictionary(name, flags);
+    out << dictionary_text(*declared, use_listed ? *listed : *normal, use_listed);
 }
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "sql/table_reader.h"
+#include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/database.h"
 #include "tool/interrupt.h"
@@ -86,7 +87,8 @@ int unload(const Options &options) {
     progress.clear();
     if (!options.quiet) {
         std::cout << options.data_file << ": " << records << (records == 1 ? " record" : " records")
-                  << " unloaded from table " << layout.table << " of " << options.database << '\n';
+                  << " unloaded from table " << without_controls(layout.table) << " of "
+                  << options.database << '\n';
     }
     return kDone;
 }
