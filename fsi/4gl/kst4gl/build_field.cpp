@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+//
+// From the declaration of a field to its records.  What the open groups make of
+// it is counted before anything is built: an expansion that cannot fit, or that
+// is empty, costs nothing however large its groups claim to be.
 #include "fsi/4gl/kst4gl/build_field.h"
 
 #include <algorithm>
@@ -247,6 +251,11 @@ Extent extent_of_open_groups() {
     return extent;
 }
 
+// A slot that 16 bits cannot name leaves the column without a field.
+void set_key_field(XfdKeyColumn &column, int64_t slot) {
+    column.kc_field_num = static_cast<int16_t>(std::min<int64_t>(slot, kNoIndex));
+}
+
 LoadStatus refuse_records(const char *name, uint64_t records, uint32_t free_slots) {
     return refuse("OCCURS makes %s%llu records of field '%s', %u of the declared total are left",
                   records > kMaxFieldSlots ? "at least " : "",
@@ -349,6 +358,9 @@ void build_relative_key_field(Load &load, uint32_t slot) {
     field.fd_db_col_num = -1;
     note_field(load, field, slot);
 
+    XfdKeyColumn &column = xfd->x_key_desc[0].k_field[0];
+    set_key_field(column, slot);
+    std::memcpy(column.kc_name, field.fd_name, sizeof field.fd_name);
     ++xfd->x_n_fields;
     ++xfd->x_n_total_fields;
     xfd->x_max_rec_size += kRelativeKeySize;
@@ -359,8 +371,8 @@ void bind_key_columns(Load &load) {
         XfdKey &key = load.xfd->x_key_desc[k];
         for (uint32_t c = 0; c < key.k_n_fields; ++c) {
             const int64_t slot = load.names.key_field(key.k_field[c].kc_name);
-            if (slot >= 0 && slot < kNoIndex)
-                key.k_field[c].kc_field_num = static_cast<int16_t>(slot);
+            if (slot >= 0)
+                set_key_field(key.k_field[c], slot);
         }
     }
 }

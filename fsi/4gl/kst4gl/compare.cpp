@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+//
+// The dump follows the lines of the text form, so that it can be read beside the
+// file it came from.
 #include "fsi/4gl/kst4gl/compare.h"
 
 #include "host/messages.h"

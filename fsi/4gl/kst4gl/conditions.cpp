@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+//
+// The fields were noted by name while they were built, so that each condition is
+// one look-up.
 #include "fsi/4gl/kst4gl/conditions.h"
 
 #include <cstring>

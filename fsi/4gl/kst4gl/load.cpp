@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+//
+// One load from its start to its end: state, record, file, form, and the two
+// ways out.  Steps return how they ended and leave a message; the file error
+// state of the host is written once, at the end.
 #include "fsi/4gl/kst4gl/load.h"
 
 #include <cerrno>

@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+//
+// One function a section, called in the order of the file.  The numbers of a
+// line are taken one after the other and the line's status is asked once, behind
+// them: a number that was refused reads as 0 and nothing is done with it.
 #include "fsi/4gl/kst4gl/load_text.h"
 
 #include <strings.h>
@@ -339,11 +343,8 @@ LoadStatus load_fields(Load &load, TextLines &line) {
         return status;
 
     bind_key_columns(load);
-    if (load.wants_relative_key() && status == LoadStatus::kDone) {
+    if (load.wants_relative_key() && status == LoadStatus::kDone)
         build_relative_key_field(load, slot);
-        load.xfd->x_key_desc[0].k_field[0].kc_field_num =
-            slot < kNoIndex ? static_cast<int16_t>(slot) : int16_t{-1};
-    }
     return LoadStatus::kDone;
 }
 

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+//
+// One entry a distinct name, all in one block, found through a hash of the host,
+// which no choice of names can make slow.
 #include "fsi/4gl/kst4gl/mentioned_names.h"
 
 #include <cstddef>

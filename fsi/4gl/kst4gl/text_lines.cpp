@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+//
+// A line is read into a fixed buffer.  When it does not end there, the next read
+// tells whether the file ends, the line goes on, or a zero byte hides its rest.
 #include "fsi/4gl/kst4gl/text_lines.h"
 
 #include <algorithm>
