@@ -8,7 +8,10 @@
 #include <sstream>
 #include <string>
 
+#include "fsi/fsivars.h"
 #include "host/config.h"
+#include "host/errors.h"
+#include "host/messages.h"
 #include "wbfsi/lifecycle.h"
 #include "wbfsi/where.h"
 
@@ -39,10 +42,15 @@ std::string row_text(const ZCVariable &row) {
     return out.str();
 }
 
+ZCHandler general_handler;
+
 void hear_table(const char *what, const ZCVariable *table, uint32_t count, int flags) {
     heard << what << " " << count << " " << flags << "\n";
-    for (uint32_t i = 0; i < count; ++i)
+    for (uint32_t i = 0; i < count; ++i) {
         heard << row_text(table[i]) << "\n";
+        if (std::string(table[i].name) == "FILE_TRACE")
+            general_handler = table[i].handler;
+    }
 }
 
 std::string take() {
@@ -139,6 +147,24 @@ TEST(VariableTables, InterfaceTableThenItsIndicator) {
 TEST(VariableTables, ExitWithdrawsTheInterfaceTable) {
     EXPECT_EQ(Z4Exit(), 0);
     EXPECT_EQ(take(), "undefine 27 0\n");
+}
+
+// One handler serves four variables and knows them by their exact names.
+TEST(VariableTables, OtherNamesAreIgnored) {
+    fsi_init_cfg();
+    take();
+    ASSERT_NE(general_handler, nullptr);
+    char value[] = "9";
+    for (const char *name : {"FILE_TRACE2", "FILE_TRAC", "file_trace", "XFD_MA", "XFD_MAP2", ""})
+        EXPECT_EQ(general_handler(name, value, 9, 1), 0) << name;
+    EXPECT_EQ(f_trace, 0);
+    EXPECT_EQ(*Zstdlib_f_upgrade_rlock(), 0);
+    EXPECT_TRUE(fsi::name_map().empty());
+
+    EXPECT_EQ(general_handler("FILE_TRACE", value, -2, 0), 0);
+    EXPECT_EQ(f_trace, -2);
+    EXPECT_EQ(general_handler("FILE_TRACE", nullptr, 9, 0), 0);
+    EXPECT_EQ(f_trace, 0);
 }
 
 }  // namespace
