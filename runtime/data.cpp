@@ -13,7 +13,6 @@
 namespace host {
 namespace {
 
-constexpr uint32_t kTypes = 64;
 constexpr uint16_t kSignAndDigits = 4;
 constexpr uint16_t kAlphanumeric = 16;
 
@@ -116,7 +115,10 @@ bool has_bytes(const ZArgument &argument) {
 
 }  // namespace
 
-int convert_any(const ZArgument &dest, const ZArgument &src, const XfdCvtInfo *cvt) {
+int convert_any(const ZArgument *to_field, const ZArgument *from_field, int /*flags*/,
+                const XfdCvtInfo *cvt) {
+    const ZArgument &dest = *to_field;
+    const ZArgument &src = *from_field;
     if (!has_bytes(dest) || !has_bytes(src)) {
         return 0;
     }
@@ -132,14 +134,13 @@ int convert_any(const ZArgument &dest, const ZArgument &src, const XfdCvtInfo *c
 
 }  // namespace host
 
-int ZconvertData(const ZArgument *dest, const ZArgument *src, int /*flags*/,
-                 const XfdCvtInfo *cvt) {
-    using namespace host;
+int ZconvertData(const ZArgument *dest, const ZArgument *src, int flags, const XfdCvtInfo *cvt) {
     if (dest == nullptr || src == nullptr) {
         return 0;
     }
-    return dest->a_type == kSignAndDigits ? convert_to_sign_and_digits(*dest, *src, cvt)
-                                          : convert_any(*dest, *src, cvt);
+    const bool is_short = dest->a_type == host::kSignAndDigits && src->a_type < host::kTypes;
+    return is_short ? host::kToSignAndDigits[src->a_type](dest, src, flags, cvt)
+                    : host::convert_any(dest, src, flags, cvt);
 }
 
 uint16_t Ztype_from_UD(uint8_t code) {

@@ -10,9 +10,7 @@
 #include "runtime/data_fast.h"
 
 #include <array>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include <type_traits>
 
 #include "runtime/nibbles.h"
 #include "runtime/storage.h"
@@ -139,81 +137,13 @@ struct Display {
     return from_display(to, {digits, n, sign == '-', 0, 0});
 }
 
-// Up to 18 digits as characters, the last of all lowest in low; two of the
-// characters of front count.
-struct Words {
-    uint64_t front;
-    uint64_t high;
-    uint64_t low;
-};
-
-// Stores the last n characters.  Where a word begins in front of the target's
-// first digit it is shifted there, and what this leaves behind it is overwritten
-// by the next word; of 17 digits the one in front of the first falls on the sign's
-// place, which is written last.
-[[gnu::always_inline]] inline void store_words(char *to, const Words &words, uint32_t n) {
-    if (n > 8) {
-        if (n > 16) {
-            store(to + n - 18, from_big_endian(static_cast<uint16_t>(words.front)));
-            store(to + n - 16, from_big_endian(words.high));
-        } else {
-            store(to, from_big_endian(words.high << (8 * (16 - n))));
-        }
-        store(to + n - 8, from_big_endian(words.low));
-        return;
+constexpr auto kPairs = [] {
+    std::array<uint16_t, 100> pairs{};
+    for (uint32_t i = 0; i < 100; ++i) {
+        pairs[i] = static_cast<uint16_t>(('0' + i / 10) << 8 | ('0' + i % 10));
     }
-    if (n >= 4) {
-        store(to, from_big_endian(static_cast<uint32_t>(words.low >> (8 * (n - 4)))));
-        store(to + n - 4, from_big_endian(static_cast<uint32_t>(words.low)));
-        return;
-    }
-    for (uint32_t i = n; i > 0; --i) {
-        to[i - 1] = static_cast<char>(words.low >> (8 * (n - i)));
-    }
-}
-
-[[gnu::always_inline]] inline bool from_packed(char *to, const uint8_t *bytes, uint32_t size,
-                                               bool has_sign_nibble, bool is_signed, uint32_t n) {
-    if (size - 1 >= 10) {
-        return false;
-    }
-    // low: the last sixteen half bytes, the sign not counted; front: those before.
-    uint64_t low = 0;
-    uint32_t front = 0;
-    if (size < 8) {
-        low = load_partial(bytes, size);
-    } else {
-        low = load_big_endian<uint64_t>(bytes + size - 8);
-        for (uint32_t i = 0; i + 8 < size; ++i) {
-            front = front << 8 | bytes[i];
-        }
-    }
-    bool negative = false;
-    if (has_sign_nibble) {
-        constexpr uint32_t kMinusSigns = 1U << 11 | 1U << 13;
-        const uint32_t sign = low & 0x0F;
-        if (sign < 10) {
-            return false;
-        }
-        negative = ((is_signed ? kMinusSigns : 0) >> sign & 1) != 0;
-        low = low >> 4 | uint64_t{front} << 60;
-        front >>= 4;
-    }
-    if (n < 16 ? front != 0 || low >> (4 * n) != 0 : front >> (4 * (n - 16)) != 0) {
-        return false;
-    }
-    if (has_bad_nibble(low) || has_bad_nibble(front)) {
-        return false;
-    }
-    Words words{0, 0, spread(static_cast<uint32_t>(low))};
-    if (n > 8) {
-        words.high = spread(static_cast<uint32_t>(low >> 32));
-        words.front = n > 16 ? spread(front) : 0;
-    }
-    store_words(to + 1, words, n);
-    to[0] = sign_of(negative, (front | low) == 0);
-    return true;
-}
+    return pairs;
+}();
 
 constexpr auto kTens = [] {
     std::array<uint64_t, kMaxFastDigits + 1> tens{1};
@@ -223,128 +153,181 @@ constexpr auto kTens = [] {
     return tens;
 }();
 
-constexpr auto kPairWords = [] {
-    std::array<uint16_t, 100> pairs{};
-    for (uint32_t i = 0; i < 100; ++i) {
-        pairs[i] = static_cast<uint16_t>(('0' + i / 10) << 8 | ('0' + i % 10));
+// Stores the last n of sixteen characters, by words that overlap.
+[[gnu::always_inline]] inline void store_last(char *to, const char *sixteen, uint32_t n) {
+    if (n >= 8) {
+        store(to, load<uint64_t>(sixteen + 16 - n));
+        store(to + n - 8, load<uint64_t>(sixteen + 8));
+    } else if (n >= 4) {
+        store(to, load<uint32_t>(sixteen + 16 - n));
+        store(to + n - 4, load<uint32_t>(sixteen + 12));
+    } else {
+        for (uint32_t i = 0; i < n; ++i) {
+            to[i] = sixteen[16 - n + i];
+        }
     }
-    return pairs;
-}();
-
-uint32_t print_four(uint32_t value) {
-    return uint32_t{kPairWords[value / 100]} << 16 | kPairWords[value % 100];
 }
 
-// Two numbers below ten to the eighth as eight characters each, the first most
-// significant.
-struct Eights {
-    uint64_t high;
-    uint64_t low;
-};
-
-#ifdef __SSE2__
-
-uint64_t low_half(__m128i both) {
-    uint64_t half = 0;
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(&half), both);
-    return half;
+// The same for 17 and 18 digits, of which two stand in front, the first in the
+// upper byte.  Of 17 that one falls on the sign's place, which is written last.
+[[gnu::always_inline]] inline void store_with_front(char *to, uint16_t front, const char *sixteen,
+                                                    uint32_t n) {
+    store(to + n - 18, from_big_endian(front));
+    std::memcpy(to + n - 16, sixteen, 16);
 }
 
-// Halves, quarters and digits of both numbers at once: each step divides every
-// lane by multiplying, and puts the remainder below the quotient.
-[[gnu::always_inline]] inline Eights print_eights(uint32_t high, uint32_t low) {
-    const __m128i numbers = _mm_set_epi32(0, static_cast<int>(low), 0, static_cast<int>(high));
-    const __m128i halves =
-        _mm_srli_epi64(_mm_mul_epu32(numbers, _mm_set1_epi32(static_cast<int>(0xD1B71759))), 45);
-    // numbers - 10000 * halves, plus halves one lane up.
-    const __m128i fours =
-        _mm_add_epi64(_mm_sub_epi64(numbers, _mm_mul_epu32(halves, _mm_set1_epi32(10000))),
-                      _mm_slli_epi64(halves, 32));
-    const __m128i hundreds = _mm_srli_epi16(_mm_mulhi_epu16(fours, _mm_set1_epi32(5243)), 3);
-    const __m128i pairs =
-        _mm_add_epi16(_mm_sub_epi16(fours, _mm_mullo_epi16(hundreds, _mm_set1_epi32(100))),
-                      _mm_slli_epi32(hundreds, 16));
-    const __m128i tens = _mm_mulhi_epu16(pairs, _mm_set1_epi16(6554));
-    const __m128i digits = _mm_add_epi8(
-        _mm_sub_epi16(pairs, _mm_mullo_epi16(tens, _mm_set1_epi16(10))), _mm_slli_epi16(tens, 8));
-    const __m128i characters = _mm_or_si128(digits, _mm_set1_epi8('0'));
-    return {low_half(characters), low_half(_mm_unpackhi_epi64(characters, characters))};
+[[gnu::always_inline]] inline bool is_minus_nibble(uint32_t sign, bool is_signed) {
+    constexpr uint32_t kMinusSigns = 1U << 11 | 1U << 13;
+    return ((is_signed ? kMinusSigns : 0) >> sign & 1) != 0;
 }
 
-#else
-
-Eights print_eights(uint32_t high, uint32_t low) {
-    const auto print_eight = [](uint32_t value) {
-        return uint64_t{print_four(value / 10000)} << 32 | print_four(value % 10000);
-    };
-    return {print_eight(high), print_eight(low)};
-}
-
-#endif
-
-[[gnu::always_inline]] inline bool from_magnitude(char *to, uint64_t value, bool negative,
-                                                  uint32_t n) {
-    if (value >= kTens[n]) {
+// A packed field of up to eight bytes.
+[[gnu::always_inline]] inline bool from_packed_word(char *to, uint64_t nibbles,
+                                                    bool has_sign_nibble, bool is_signed,
+                                                    uint32_t n) {
+    bool negative = false;
+    if (has_sign_nibble) {
+        const uint32_t sign = nibbles & 0x0F;
+        if (sign < 10) {
+            return false;
+        }
+        negative = is_minus_nibble(sign, is_signed);
+        nibbles >>= 4;
+    }
+    alignas(16) char digits[16];
+    const uint32_t used = spread_sixteen(digits, nibbles);
+    if (n > 16 || used > n) {
         return false;
     }
-    Words words{0, 0, 0};
-    if (n <= 4) {
-        words.low = print_four(static_cast<uint32_t>(value));
-    } else if (n <= 8) {
-        words.low = print_eights(static_cast<uint32_t>(value), 0).high;
+    store_last(to + 1, digits, n);
+    to[0] = sign_of(negative, used == 0);
+    return true;
+}
+
+// One of 9 or 10 bytes.
+[[gnu::always_inline]] inline bool from_long_packed(char *to, const uint8_t *bytes, uint32_t size,
+                                                    bool has_sign_nibble, bool is_signed,
+                                                    uint32_t n) {
+    uint64_t low = load_big_endian<uint64_t>(bytes + size - 8);
+    uint32_t front = size == 10 ? uint32_t{bytes[0]} << 8 | bytes[1] : bytes[0];
+    bool negative = false;
+    if (has_sign_nibble) {
+        const uint32_t sign = low & 0x0F;
+        if (sign < 10) {
+            return false;
+        }
+        negative = is_minus_nibble(sign, is_signed);
+        low = low >> 4 | uint64_t{front} << 60;
+        front >>= 4;
+    }
+    alignas(16) char digits[16];
+    const uint32_t used = spread_sixteen(digits, low);
+    if (n < 16 || front >> (4 * (n - 16)) != 0 || used == kNoDigits || has_bad_nibble(front)) {
+        return false;
+    }
+    if (n == 16) {
+        store_last(to + 1, digits, n);
     } else {
-        uint64_t high = value / kEightDigits;
+        const uint32_t pair = (front & 0xF0) << 4 | (front & 0x0F);
+        store_with_front(to + 1, static_cast<uint16_t>(pair | 0x3030), digits, n);
+    }
+    to[0] = sign_of(negative, (front | used) == 0);
+    return true;
+}
+
+[[gnu::always_inline]] inline bool from_packed(char *to, const uint8_t *bytes, uint32_t size,
+                                               bool has_sign_nibble, bool is_signed, uint32_t n) {
+    if (size - 1 < 4) {  // on its own: the upper half of the word is known to be zero
+        const auto nibbles = static_cast<uint32_t>(load_partial(bytes, size));
+        return from_packed_word(to, nibbles, has_sign_nibble, is_signed, n);
+    }
+    if (size - 1 < 8) {
+        return from_packed_word(to, load_partial(bytes, size), has_sign_nibble, is_signed, n);
+    }
+    return (size == 9 || size == 10) &&
+           from_long_packed(to, bytes, size, has_sign_nibble, is_signed, n);
+}
+
+template <typename Word>
+[[gnu::always_inline]] inline bool from_magnitude(char *to, Word value, bool negative, uint32_t n) {
+    if (uint64_t{value} >= kTens[n]) {
+        return false;
+    }
+    alignas(16) char digits[16];
+    if (n <= 4) {
+        const auto small = static_cast<uint32_t>(value);
+        const uint32_t four = uint32_t{kPairs[small / 100]} << 16 | kPairs[small % 100];
+        store(digits + 12, from_big_endian(four));
+        store_last(to + 1, digits, n);
+    } else if (n <= 8) {
+        print_sixteen(digits, 0, static_cast<uint32_t>(value));
+        store_last(to + 1, digits, n);
+    } else {
+        Word high = value / kEightDigits;
         const auto low = static_cast<uint32_t>(value - high * kEightDigits);
-        if (n > 16) {
+        if (n <= 16) {
+            print_sixteen(digits, static_cast<uint32_t>(high), low);
+            store_last(to + 1, digits, n);
+        } else {
             // high has ten digits at most; without the factor 2^8 it fits 32 bits.
             const uint32_t front = static_cast<uint32_t>(high >> 8) / (kEightDigits >> 8);
-            words.front = kPairWords[front];
-            high -= uint64_t{front} * kEightDigits;
+            high -= Word{front} * kEightDigits;
+            print_sixteen(digits, static_cast<uint32_t>(high), low);
+            store_with_front(to + 1, kPairs[front], digits, n);
         }
-        const Eights eights = print_eights(static_cast<uint32_t>(high), low);
-        words.high = eights.high;
-        words.low = eights.low;
     }
-    store_words(to + 1, words, n);
     to[0] = sign_of(negative, value == 0);
     return true;
+}
+
+// The magnitude of bits that are a number of their width.
+template <bool kSigned, typename Word>
+[[gnu::always_inline]] inline bool from_word(char *to, Word bits, uint32_t n) {
+    Word fill = 0;
+    if constexpr (kSigned) {
+        using Signed = std::make_signed_t<Word>;
+        fill = static_cast<Word>(static_cast<Signed>(bits) >> (8 * sizeof(Word) - 1));
+    }
+    return from_magnitude(to, static_cast<Word>((bits ^ fill) - fill), fill != 0, n);
+}
+
+template <bool kBigEndian, typename Word>
+Word load_ordered(const uint8_t *bytes) {
+    const auto word = load<Word>(bytes);
+    return kBigEndian ? from_big_endian(word) : from_little_endian(word);
 }
 
 template <bool kBigEndian, bool kSigned>
 [[gnu::always_inline]] inline bool from_binary(char *to, const uint8_t *bytes, uint32_t size,
                                                uint32_t n) {
-    int64_t value = 0;
+    if (size == 8) {
+        return from_word<kSigned>(to, load_ordered<kBigEndian, uint64_t>(bytes), n);
+    }
+    uint32_t word = 0;  // widened with its sign
     if (size == 4) {
-        const auto word = load<uint32_t>(bytes);
-        const uint32_t ordered = kBigEndian ? from_big_endian(word) : from_little_endian(word);
-        value = kSigned ? static_cast<int32_t>(ordered) : static_cast<int64_t>(ordered);
-    } else if (size == 8) {
-        const auto word = load<uint64_t>(bytes);
-        value = static_cast<int64_t>(kBigEndian ? from_big_endian(word) : from_little_endian(word));
+        word = load_ordered<kBigEndian, uint32_t>(bytes);
     } else if (size == 2) {
-        const auto word = load<uint16_t>(bytes);
-        const uint16_t ordered = kBigEndian ? from_big_endian(word) : from_little_endian(word);
-        value = kSigned ? static_cast<int16_t>(ordered) : static_cast<int64_t>(ordered);
+        const auto half = load_ordered<kBigEndian, uint16_t>(bytes);
+        word = static_cast<uint32_t>(kSigned ? static_cast<int16_t>(half) : int32_t{half});
     } else if (size == 1) {
-        value = kSigned ? static_cast<int8_t>(bytes[0]) : bytes[0];
+        word = static_cast<uint32_t>(kSigned ? static_cast<int8_t>(bytes[0]) : int32_t{bytes[0]});
     } else {
         return false;
     }
-    const auto fill = static_cast<uint64_t>(kSigned ? value >> 63 : 0);
-    return from_magnitude(to, (static_cast<uint64_t>(value) ^ fill) - fill, fill != 0, n);
+    return from_word<kSigned>(to, word, n);
 }
 
 // One storage to sign and digits; what is not simple goes on to the general way.
 template <uint16_t kType>
-int convert_short(const ZArgument &to, const ZArgument &from, const XfdCvtInfo *cvt) {
-    const uint32_t n = to.a_digits;
-    if (n - 1 >= kMaxFastDigits || to.a_size != n + 1 || to.a_scale != from.a_scale ||
-        to.a_address == 0 || from.a_address == 0) {
-        return convert_any(to, from, cvt);
+int convert_short(const ZArgument *to, const ZArgument *from, int flags, const XfdCvtInfo *cvt) {
+    const uint32_t n = to->a_digits;
+    if (n - 1 >= kMaxFastDigits || to->a_size != n + 1 || to->a_scale != from->a_scale ||
+        to->a_address == 0 || from->a_address == 0) {
+        return convert_any(to, from, flags, cvt);
     }
-    char *target = reinterpret_cast<char *>(bytes_of(to));
-    const uint8_t *bytes = bytes_of(from);
-    const uint32_t size = from.a_size;
+    char *target = reinterpret_cast<char *>(bytes_of(*to));
+    const uint8_t *bytes = bytes_of(*from);
+    const uint32_t size = from->a_size;
     bool done = false;
     if constexpr (kType == 1) {
         done = size == n && from_display(target, {bytes, n, false, 0, 0});
@@ -360,36 +343,28 @@ int convert_short(const ZArgument &to, const ZArgument &from, const XfdCvtInfo *
         constexpr bool kSigned = kType == 11 || kType == 13 || kType == 30 || kType == 32;
         done = from_binary<kBigEndian, kSigned>(target, bytes, size, n);
     }
-    return done ? 1 : convert_any(to, from, cvt);
+    return done ? 1 : convert_any(to, from, flags, cvt);
 }
-
-constexpr auto kShortWays = [] {
-    std::array<Conversion, 64> ways{};
-    for (Conversion &way : ways) {
-        way = convert_any;
-    }
-    ways[1] = convert_short<1>;
-    ways[2] = convert_short<2>;
-    ways[3] = convert_short<3>;
-    ways[4] = convert_short<4>;
-    ways[5] = convert_short<5>;
-    ways[8] = convert_short<8>;
-    ways[9] = convert_short<9>;
-    ways[10] = convert_short<10>;
-    ways[11] = convert_short<11>;
-    ways[12] = convert_short<12>;
-    ways[13] = ways[30] = convert_short<13>;
-    ways[14] = ways[31] = convert_short<14>;
-    ways[32] = convert_short<32>;
-    ways[33] = convert_short<33>;
-    return ways;
-}();
 
 }  // namespace
 
-int convert_to_sign_and_digits(const ZArgument &to, const ZArgument &from, const XfdCvtInfo *cvt) {
-    return from.a_type < kShortWays.size() ? kShortWays[from.a_type](to, from, cvt)
-                                           : convert_any(to, from, cvt);
-}
+const Conversion kToSignAndDigits[kTypes] = {
+    convert_any,       convert_short<1>,  convert_short<2>,  convert_short<3>,   // 0 to 3
+    convert_short<4>,  convert_short<5>,  convert_any,       convert_any,        // 4 to 7
+    convert_short<8>,  convert_short<9>,  convert_short<10>, convert_short<11>,  // 8 to 11
+    convert_short<12>, convert_short<13>, convert_short<14>, convert_any,        // 12 to 15
+    convert_any,       convert_any,       convert_any,       convert_any,        // 16 to 19
+    convert_any,       convert_any,       convert_any,       convert_any,        // 20 to 23
+    convert_any,       convert_any,       convert_any,       convert_any,        // 24 to 27
+    convert_any,       convert_any,       convert_short<13>, convert_short<14>,  // 28 to 31
+    convert_short<32>, convert_short<33>, convert_any,       convert_any,        // 32 to 35
+    convert_any,       convert_any,       convert_any,       convert_any,        // 36 to 39
+    convert_any,       convert_any,       convert_any,       convert_any,        // 40 to 43
+    convert_any,       convert_any,       convert_any,       convert_any,        // 44 to 47
+    convert_any,       convert_any,       convert_any,       convert_any,        // 48 to 51
+    convert_any,       convert_any,       convert_any,       convert_any,        // 52 to 55
+    convert_any,       convert_any,       convert_any,       convert_any,        // 56 to 59
+    convert_any,       convert_any,       convert_any,       convert_any,        // 60 to 63
+};
 
 }  // namespace host

@@ -22,11 +22,6 @@ uint32_t gather(const char *characters) {
     return static_cast<uint32_t>(word | word >> 16);
 }
 
-void spread_sixteen(char *to, uint64_t nibbles) {
-    store(to, from_big_endian(spread(static_cast<uint32_t>(nibbles >> 32))));
-    store(to + 8, from_big_endian(spread(static_cast<uint32_t>(nibbles))));
-}
-
 }  // namespace
 
 bool read_packed(const ZArgument &from, const Layout &layout, const Settings & /*settings*/,
@@ -51,14 +46,13 @@ bool read_packed(const ZArgument &from, const Layout &layout, const Settings & /
     bool bad = false;
     char *to = digits;
     for (uint32_t done = first; done < size; done += 8) {
-        bad |= has_bad_nibble(word);
-        spread_sixteen(to, word);
+        bad |= spread_sixteen(to, word) == kNoDigits;
         to += 16;
         word = load_big_endian<uint64_t>(bytes + done);
     }
-    spread_sixteen(to, word & ~sign_mask);
+    bad |= spread_sixteen(to, word & ~sign_mask) == kNoDigits;
     value.digits = digits + 2 * (8 - first);
-    return !bad && !has_bad_nibble(word & ~sign_mask);
+    return !bad;
 }
 
 bool write_packed(const ZArgument &to, const Layout &layout, const Settings &settings,
