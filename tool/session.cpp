@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tool/session.h"
 
-#include <cstdlib>
-#include <string_view>
-
 #include "host/config.h"
 #include "host/errors.h"
 #include "tool/command.h"
@@ -22,27 +19,13 @@ bool is_declared(const std::string &name) {
     return ZCGetValueLong(name.c_str(), 1) != 1 || ZCGetValueLong(name.c_str(), 2) != 2;
 }
 
-// The host's own variables, which have no row in a table of the library.
-bool is_host_variable(std::string_view name) {
-    for (const char *known :
-         {"XFD_PREFIX", "XFD_DIRECTORY", "COBOL_CODE_PAGE", "TRACE_FILE", "MESSAGE_FILE"}) {
-        if (CLI::detail::to_lower(std::string(name)) == CLI::detail::to_lower(known)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 void assign(const std::string &assignment) {
     const size_t equals = assignment.find('=');
     if (equals == std::string::npos || equals == 0) {
         throw Failure("--set " + assignment + ": has no name and \"=\"; NAME=VALUE would be right");
     }
-    std::string name = assignment.substr(0, equals);
-    for (char &c : name) {
-        c = c == '-' ? '_' : c;
-    }
-    if (!is_declared(name) && !is_host_variable(name)) {
+    const std::string name = assignment.substr(0, equals);
+    if (!is_declared(name)) {
         throw Failure("--set " + assignment + ": there is no configuration variable " + name +
                       "; wbfsi(1) lists them");
     }
