@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // DISPLAY, packed and binary fields of up to 18 digits to sign and digits.  The
-// digits stay in registers between load and store and nothing is written before
-// all of them are known to be good.  Words of characters overlap in memory
+// source is in registers before the first byte is written, and nothing is written
+// before all of it is known to be good.  Words of characters overlap in memory
 // instead of being cut to length.
 //
-// Measured with bench_data: this way costs a third of the general one, which has
-// to keep the digits in memory between a reader and a writer.
+// Measured with bench_data: three to five times as fast as the general way, whose
+// reader leaves the digits in memory for the writer to find.
 #include "runtime/data_fast.h"
 
 #include <array>

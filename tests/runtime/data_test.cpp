@@ -726,6 +726,40 @@ TEST(DataCalls, SourceAndTargetMayOverlap) {
         EXPECT_EQ(ZconvertData(&dest, &src, 1, nullptr), 1);
         EXPECT_EQ(Bytes(area + shift, 17), "-0000001234567895");
     }
+    // The same digits on both sides take another way.
+    struct Row {
+        uint16_t type;
+        Bytes bytes;
+        uint8_t digits;
+        Bytes expected;
+    };
+    const Row rows[] = {
+        {3, "12345678901234567u", 18, "-123456789012345675"},
+        {5, "q2345678901", 11, "-12345678901"},
+        {2, "12345-", 5, "-12345"},
+        {9, hex("0456789012345678901D"), 18, "-456789012345678901"},
+        {9, hex("12345D"), 5, "-12345"},
+        {11, hex("FFFFFFFFFFFFFF85"), 18, "-000000000000000123"},
+        {32, hex("85FFFFFF"), 9, "-000000123"},
+    };
+    for (const Row &row : rows) {
+        for (size_t shift = 0; shift <= 40; ++shift) {
+            SCOPED_TRACE(std::to_string(row.type) + " at " + std::to_string(shift));
+            char area[64];
+            std::memset(area, '.', sizeof area);
+            std::memcpy(area + 20, row.bytes.data(), row.bytes.size());
+            const ZArgument src{reinterpret_cast<uintptr_t>(area + 20),
+                                static_cast<uint32_t>(row.bytes.size()),
+                                row.type,
+                                row.digits,
+                                0,
+                                0};
+            const ZArgument dest{
+                reinterpret_cast<uintptr_t>(area + shift), row.digits + 1U, 4, row.digits, 0, 0};
+            EXPECT_EQ(ZconvertData(&dest, &src, 1, nullptr), 1);
+            EXPECT_EQ(Bytes(area + shift, row.expected.size()), row.expected);
+        }
+    }
     char area[9];
     std::memcpy(area, "abcdefgh", 9);
     const ZArgument src{reinterpret_cast<uintptr_t>(area), 6, 16, 0, 0, 0};
