@@ -160,8 +160,33 @@ void drop_first(Bin &bin) {
     }
 }
 
+// Gives back the slabs that bins keep although they are empty: when the system has
+// no more memory, that is what is left to give.
+void release_empty_slabs() {
+    for (Account *account = next_account(nullptr); account != nullptr;
+         account = next_account(account)) {
+        for (auto &bins : account->bins) {
+            for (Bin &bin : bins) {
+                if (Page *page = bin; page != &no_slab && page->used == 0) {
+                    drop_first(bin);
+                    give_units(page);
+                }
+            }
+        }
+    }
+}
+
+Page *obtain_units(unsigned count) {
+    Page *page = take_units(count);
+    if (page == nullptr) {
+        release_empty_slabs();
+        page = take_units(count);
+    }
+    return page;
+}
+
 Page *new_slab(Account *account, Purpose purpose, unsigned size_class) {
-    Page *page = take_units(1);
+    Page *page = obtain_units(1);
     if (page == nullptr) {
         return nullptr;
     }
@@ -210,7 +235,7 @@ bool fits_in_run(size_t size) {
 
 // `room`: bytes to make room for, at least `size`.
 void *allocate_large(Account *account, Purpose purpose, size_t size, size_t room) {
-    Page *page = fits_in_run(room) ? take_units(units_for(room)) : take_large(room);
+    Page *page = fits_in_run(room) ? obtain_units(units_for(room)) : take_large(room);
     if (page == nullptr) {
         return nullptr;
     }

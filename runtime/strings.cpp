@@ -5,8 +5,13 @@
 // and with it the ZString, stays where it is.
 #include "host/strings.h"
 
+#include <bit>
 #include <cerrno>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "host/memory.h"
 #include "runtime/blocks.h"
@@ -107,24 +112,21 @@ void copy_ends(char *to, const char *from, size_t n) {
     memcpy(to + n - sizeof(Word), &last, sizeof(Word));
 }
 
-template <size_t kSize>
-struct Bytes {
-    char bytes[kSize];
+struct Sixteen {
+    char bytes[16];
 };
 
-// Most appends are short, and then a call of memcpy costs more than two
-// overlapping moves.
-void copy_bytes(char *to, const char *from, size_t n) {
-    if (n > 64) {
-        memcpy(to, from, n);
-    } else if (n > 32) {
-        copy_ends<Bytes<32>>(to, from, n);
-    } else if (n > 16) {
-        copy_ends<Bytes<16>>(to, from, n);
-    } else if (n >= 8) {
-        copy_ends<uint64_t>(to, from, n);
-    } else if (n >= 4) {
-        copy_ends<uint32_t>(to, from, n);
+// Most appends are short, and then a call of memcpy costs more than the moves it
+// makes.  The bytes and their copy do not overlap.  n 0 .. 32
+void copy_short(char *to, const char *from, size_t n) {
+    if (n >= 4) {
+        if (n > 16) {
+            copy_ends<Sixteen>(to, from, n);
+        } else if (n >= 8) {
+            copy_ends<uint64_t>(to, from, n);
+        } else {
+            copy_ends<uint32_t>(to, from, n);
+        }
     } else if (n >= 2) {
         copy_ends<uint16_t>(to, from, n);
     } else if (n == 1) {
@@ -132,17 +134,21 @@ void copy_bytes(char *to, const char *from, size_t n) {
     }
 }
 
+constexpr size_t kShort = 32;    // copied where it stands
+constexpr size_t kMedium = 256;  // copied in a loop
+
 void put(ZStringBody *body, const void *bytes, size_t n) {
     const size_t length = body->length;
     char *end = body->text + length;
     body->length = length + n;
-    copy_bytes(end, static_cast<const char *>(bytes), n);
+    if (n > 0) {
+        memcpy(end, bytes, n);
+    }
     end[n] = '\0';
 }
 
 // The bytes may lie in the string's own text, which can move.
-[[gnu::noinline]] bool append_growing(ZStringBody *body, const void *bytes, size_t n,
-                                      bool after_newline) {
+bool append_growing(ZStringBody *body, const void *bytes, size_t n, bool after_newline) {
     const uintptr_t offset =
         reinterpret_cast<uintptr_t>(bytes) - reinterpret_cast<uintptr_t>(body->text);
     const bool is_own = offset <= body->length;
@@ -156,13 +162,60 @@ void put(ZStringBody *body, const void *bytes, size_t n) {
     return true;
 }
 
-bool append(ZStringBody *body, const void *bytes, size_t n) {
+[[gnu::noinline]] int append_long(ZStringBody *body, const char *bytes, size_t n) {
     if (n > body->capacity - body->length) {
-        return append_growing(body, bytes, n, false);
+        return append_growing(body, bytes, n, false) ? 1 : 0;
     }
     put(body, bytes, n);
-    return true;
+    return 1;
 }
+
+int append(ZStringBody *body, const char *bytes, size_t n) {
+    const size_t length = body->length;
+    if (n > kShort || n > body->capacity - length) {
+        return append_long(body, bytes, n);
+    }
+    char *end = body->text + length;
+    body->length = length + n;
+    copy_short(end, bytes, n);
+    end[n] = '\0';
+    return 1;
+}
+
+#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__)
+
+// A bit for each zero byte of the sixteen at `block`, a multiple of sixteen.
+unsigned zeros_at(const char *block) {
+    const __m128i bytes = _mm_load_si128(reinterpret_cast<const __m128i *>(block));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
+}
+
+// Appends a text of which the bytes before `block` are known not to be zero.
+[[gnu::noinline]] int append_text(ZStringBody *body, const char *text, const char *block) {
+    const char *limit = block + kMedium;
+    unsigned zeros = zeros_at(block);
+    while (zeros == 0 && block != limit) {
+        block += sizeof(Sixteen);
+        zeros = zeros_at(block);
+    }
+    const auto known = static_cast<size_t>(block - text);
+    const size_t n =
+        zeros != 0 ? known + static_cast<size_t>(std::countr_zero(zeros)) : known + strlen(block);
+    const size_t length = body->length;
+    if (n <= kShort || n > kMedium || n > body->capacity - length) {
+        return append(body, text, n);
+    }
+    char *end = body->text + length;
+    body->length = length + n;
+    for (size_t i = 0; i < n - sizeof(Sixteen); i += sizeof(Sixteen)) {
+        memcpy(end + i, text + i, sizeof(Sixteen));
+    }
+    memcpy(end + n - sizeof(Sixteen), text + n - sizeof(Sixteen), sizeof(Sixteen));
+    end[n] = '\0';
+    return 1;
+}
+
+#endif
 
 uint32_t piece_count(const ZStringBody *body) {
     if (body->pieces != nullptr && body->pieces->count > 0) {
@@ -224,20 +277,29 @@ ZString ZSTRINGNew(size_t capacity, const char *tag, const char *source) {
     return body;
 }
 
+// A text is measured without a call of strlen, by the sixteen bytes from each
+// multiple of sixteen, which never leave its pages.  The sanitizer would object to
+// those beside the text.
 int ZSTRINGAppend(ZString string, const char *text) {
     if (string == nullptr || text == nullptr) {
         return 0;
     }
-    // One character is the commonest piece of all.
-    const size_t length = text[0] != '\0' && text[1] == '\0' ? 1 : strlen(text);
-    return append(string, text, length) ? 1 : 0;
+#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__)
+    const uintptr_t before = reinterpret_cast<uintptr_t>(text) % sizeof(Sixteen);
+    const char *block = text - before;
+    const unsigned zeros = zeros_at(block) >> before;
+    return zeros != 0 ? append(string, text, static_cast<size_t>(std::countr_zero(zeros)))
+                      : append_text(string, text, block + sizeof(Sixteen));
+#else
+    return append(string, text, strlen(text));
+#endif
 }
 
 int ZSTRINGAppendN(ZString string, const void *bytes, size_t n) {
     if (string == nullptr || (bytes == nullptr && n > 0)) {
         return 0;
     }
-    return append(string, bytes, n) ? 1 : 0;
+    return append(string, static_cast<const char *>(bytes), n);
 }
 
 ZString ZSTRINGDup(ZString string) {

@@ -2,11 +2,14 @@
 #include "host/memory.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <deque>
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -435,6 +438,92 @@ TEST(Memory, AVisitorOfTheReportMayAllocateAndAsk) {
     }
     Zfree(block);
 }
+
+#if !defined(__SANITIZE_ADDRESS__)
+size_t mapped_bytes() {
+    size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+TEST(Memory, WhatIsFreedGoesBackToTheSystem) {
+    constexpr size_t kBlocks = 3000000;
+    std::vector<void *> blocks;
+    blocks.reserve(kBlocks);
+    const size_t before = mapped_bytes();
+    for (int round = 0; round < 3; ++round) {
+        for (size_t i = 0; i < kBlocks; ++i) {
+            blocks.push_back(Zmalloc(48 + 16 * (i % 3), "many", kSource));
+        }
+        // More than whatever the tests before this one left to be used again.
+        EXPECT_GT(mapped_bytes(), before + 50000000);
+        for (void *block : blocks) {
+            Zfree(block);
+        }
+        blocks.clear();
+        EXPECT_LT(mapped_bytes(), before + 20000000);
+    }
+}
+
+TEST(Memory, SlabsKeptByTagsOutOfUseServeOthersWhenTheSystemHasNoMore) {
+    rlimit old_limit;
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &old_limit), 0);
+    std::vector<const char *> tags;
+    for (int i = 0; i < 4000; ++i) {
+        tags.push_back(text_of_its_own("passing tag " + std::to_string(i)));
+        Zfree(Zmalloc(100, tags.back(), kSource));
+    }
+    std::vector<void *> blocks;
+    blocks.reserve(100000);
+    rlimit limit = old_limit;
+    limit.rlim_cur = mapped_bytes();
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+    while (void *block = Zmalloc(8000, "heir", kSource)) {
+        blocks.push_back(block);
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &old_limit), 0);
+    EXPECT_GT(blocks.size(), 7000U) << "of the 8000 that the tags' slabs have room for";
+    for (void *block : blocks) {
+        Zfree(block);
+    }
+    void *again = Zmalloc(100, tags[17], kSource);
+    EXPECT_EQ(ZMemoryBlocks(tags[17]), 1U);
+    Zfree(again);
+}
+
+TEST(Memory, WhenTheSystemHasNoMoreRequestsFailAndBlocksStayAsTheyAre) {
+    rlimit old_limit;
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &old_limit), 0);
+    for (const size_t size : {size_t{500}, size_t{20000}, size_t{3000000}}) {
+        SCOPED_TRACE(size);
+        std::vector<char *> blocks;
+        blocks.reserve(1000000);
+        rlimit limit = old_limit;
+        limit.rlim_cur = mapped_bytes() + 50000000;
+        ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+        while (auto *block = static_cast<char *>(Zmalloc(size, "exhausted", kSource))) {
+            memset(block, static_cast<int>(blocks.size() % 100), size);
+            blocks.push_back(block);
+        }
+        EXPECT_EQ(errno, ENOMEM);
+        errno = 0;
+        void *grown = Zrealloc(blocks[0], 60000000, "exhausted", kSource);
+        EXPECT_EQ(grown, nullptr);
+        EXPECT_EQ(errno, ENOMEM);
+        ASSERT_EQ(setrlimit(RLIMIT_AS, &old_limit), 0);
+        EXPECT_GT(blocks.size() * size, 30000000U);
+        EXPECT_EQ(ZMemoryBlocks("exhausted"), blocks.size());
+        for (size_t i = 0; i < blocks.size(); ++i) {
+            ASSERT_EQ(blocks[i][0], static_cast<char>(i % 100));
+            ASSERT_EQ(blocks[i][size - 1], static_cast<char>(i % 100));
+            Zfree(blocks[i]);
+        }
+        void *block = Zmalloc(size, "exhausted", kSource);
+        EXPECT_NE(block, nullptr);
+        Zfree(block);
+    }
+}
+#endif
 
 #if !defined(NDEBUG)
 TEST(MemoryDeathTest, DoubleFreeAndForeignPointersAreCaughtInDebugBuilds) {

@@ -2,6 +2,8 @@
 #include "host/strings.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -86,6 +88,23 @@ TEST_F(Strings, AppendsOfEveryLengthCopyEveryByte) {
         EXPECT_EQ(std::string(ZStringGet(string)), text.substr(0, n) + text.substr(0, n));
         ZSTRINGDelete(string);
     }
+}
+
+TEST_F(Strings, ATextAtTheEndOfAPageIsReadWithinIt) {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    auto *pages = static_cast<char *>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(pages, MAP_FAILED);
+    ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+    memset(pages, 'x', page - 1);
+    pages[page - 1] = '\0';
+    for (size_t n = 0; n < 400; ++n) {
+        ZString string = ZSTRINGNew(n, kTag, kSource);
+        ASSERT_EQ(ZSTRINGAppend(string, pages + page - 1 - n), 1);
+        ASSERT_EQ(std::string(n, 'x'), ZStringGet(string));
+        ZSTRINGDelete(string);
+    }
+    munmap(pages, 2 * page);
 }
 
 TEST_F(Strings, AppendNKeepsZeros) {
