@@ -117,7 +117,8 @@ HOST_API int32_t ZCGetValueLong(const char *name, int32_t otherwise);
  * 0 with error 2 when the file cannot be read, is larger than 4 MB, holds a zero
  * byte or a line that is malformed or whose value does not fit its declared
  * variable; the message names file and line, and no line of it counts.  0 with
- * error 14 when memory is refused; lines may then have counted. */
+ * error 14 when memory is refused, with error 2 when one of the host's own variables
+ * below refuses its value; the lines before have then counted. */
 HOST_API int ZCLoadFile(const char *path);
 
 /* What handlers receive as announce from now on; 0 at the start. */

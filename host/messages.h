@@ -40,7 +40,9 @@ HOST_API int ZTrace(int level_change, int category, const char *format, ...) HOS
 /* Gives the error output (which 0) or the trace (1) to a sink; a null sink puts
  * things back.  A trace line comes in one call, its stamp and its newline included.
  * Only when its memory is refused does a line of more than 8 KB come in several,
- * of which the last one ends in the newline.  A sink may trace and print. */
+ * of which the last one ends in the newline, and a newline at the text's end is
+ * then a blank.  A message of more than 1 KB may come in several calls.  A sink may
+ * trace and print. */
 HOST_API void ZOutputRedirect(int which, void (*sink)(const char *text, size_t n, void *user),
                               void *user);
 

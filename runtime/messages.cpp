@@ -172,6 +172,39 @@ class Reader {
     bool failed_ = false;
 };
 
+// Gathers small pieces, so that an ordinary message leaves in one.
+class GatheredOutput {
+ public:
+    void put(const char *bytes, size_t n) {
+        total_ += n;
+        if (n > sizeof buffer_ - used_)
+            flush();
+        if (n > sizeof buffer_) {
+            write_error_output(bytes, n);
+        } else if (n > 0) {
+            memcpy(buffer_ + used_, bytes, n);
+            used_ += n;
+        }
+    }
+
+    // The bytes of the whole text.
+    int finish() {
+        flush();
+        return total_ > INT32_MAX ? INT32_MAX : static_cast<int>(total_);
+    }
+
+ private:
+    void flush() {
+        if (used_ > 0)
+            write_error_output(buffer_, used_);
+        used_ = 0;
+    }
+
+    size_t total_ = 0;
+    size_t used_ = 0;
+    char buffer_[1024];
+};
+
 int compare(const void *a, const void *b) {
     const auto *left = static_cast<const Message *>(a);
     const auto *right = static_cast<const Message *>(b);
@@ -234,25 +267,20 @@ int meprintf(const char *text, ...) {
         arguments[i] = va_arg(list, const char *);
     va_end(list);
 
-    size_t total = 0;
-    auto put = [&](const char *bytes, size_t n) {
-        if (n > 0)
-            write_error_output(bytes, n);
-        total += n;
-    };
+    GatheredOutput output;
     const char *p = text;
     while (const char *percent = strchr(p, '%')) {
-        put(p, static_cast<size_t>(percent - p));
+        output.put(p, static_cast<size_t>(percent - p));
         if (is_argument(percent[1])) {
             const char *argument = arguments[percent[1] - '1'];
             if (argument != nullptr)
-                put(argument, strlen(argument));
+                output.put(argument, strlen(argument));
             p = percent + 2;
         } else {
-            put("%", 1);
+            output.put("%", 1);
             p = percent + (percent[1] == '%' ? 2 : 1);
         }
     }
-    put(p, strlen(p));
-    return total > INT32_MAX ? INT32_MAX : static_cast<int>(total);
+    output.put(p, strlen(p));
+    return output.finish();
 }

@@ -44,10 +44,34 @@ constexpr int kMaxIndent = 64;
 constexpr size_t kStampBytes = 32;
 constexpr size_t kLineBytes = 8192;
 
-// Lines up to this size need no memory.  A sink that traces in its turn finds
-// the buffer in use and takes a block.
-char line_buffer[kLineBytes];
-bool line_buffer_in_use;
+// Room for one text.  Up to kLineBytes it needs no memory, unless a sink traces in
+// its turn while the static buffer is in use.
+class Room {
+ public:
+    explicit Room(size_t bytes) : is_static_(!in_use && bytes <= kLineBytes) {
+        if (is_static_)
+            in_use = true;
+        text_ = is_static_ ? buffer
+                           : static_cast<char *>(Zmalloc(bytes, "output line", "runtime/trace"));
+    }
+    ~Room() {
+        if (is_static_)
+            in_use = false;
+        else
+            Zfree(text_);
+    }
+    Room(const Room &) = delete;
+    Room &operator=(const Room &) = delete;
+
+    char *text() const { return text_; }  // null without memory
+
+ private:
+    static inline char buffer[kLineBytes];
+    static inline bool in_use;
+
+    bool is_static_;
+    char *text_;
+};
 
 void write_fd(int fd, const char *text, size_t n) {
     while (n > 0) {
@@ -71,14 +95,14 @@ void write_trace(const char *text, size_t n) {
     }
 }
 
-// Pieces of a text on their way out.
-using Writer = void (*)(const char *text, size_t n);
-
-// A text that found no memory leaves in pieces, through the C library's stream.
-struct Pieces {
-    Writer write;
-    bool one_line;
+// Where a text goes, and whether it has to be one line.
+struct Target {
+    void (*write)(const char *text, size_t n);
+    bool is_line;
 };
+
+constexpr Target kToTrace = {write_trace, true};
+constexpr Target kToErrorOutput = {write_error_output, false};
 
 // Inside a line every line break is a blank.
 void flatten(char *text, size_t n) {
@@ -88,15 +112,16 @@ void flatten(char *text, size_t n) {
     }
 }
 
-ssize_t write_pieces(void *cookie, const char *text, size_t n) {
-    const auto *pieces = static_cast<const Pieces *>(cookie);
+// The C library's stream over a target.
+ssize_t write_piece(void *cookie, const char *text, size_t n) {
+    const auto *target = static_cast<const Target *>(cookie);
     char piece[512];
     for (size_t done = 0; done < n;) {
-        size_t size = std::min(n - done, sizeof piece);
+        const size_t size = std::min(n - done, sizeof piece);
         memcpy(piece, text + done, size);
-        if (pieces->one_line)
+        if (target->is_line)
             flatten(piece, size);
-        pieces->write(piece, size);
+        target->write(piece, size);
         done += size;
     }
     return static_cast<ssize_t>(n);
@@ -105,69 +130,42 @@ ssize_t write_pieces(void *cookie, const char *text, size_t n) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 
-int format_in_pieces(const Pieces &pieces, const char *format, va_list arguments) {
-    Pieces cookie = pieces;
-    FILE *stream = fopencookie(&cookie, "w", {nullptr, write_pieces, nullptr, nullptr});
+// For a text that found no memory: a stream of the C library passes it on.
+void write_in_pieces(Target target, const char *format, va_list arguments) {
+    FILE *stream = fopencookie(&target, "w", {nullptr, write_piece, nullptr, nullptr});
     if (stream == nullptr)
-        return -1;
-    int length = vfprintf(stream, format, arguments);
-    return fclose(stream) == 0 ? length : -1;
+        return;
+    vfprintf(stream, format, arguments);
+    fclose(stream);
 }
 
-// Formats behind the first `head` bytes of a line and, for a trace line, ends
-// it with one newline.  The result is vsnprintf's.
-int format_line(const char *head, size_t head_bytes, Writer write, bool one_line,
-                const char *format, va_list arguments) {
+// Writes head and text; the result is vsnprintf's.
+int write_formatted(Target target, const char *head, size_t head_bytes, const char *format,
+                    va_list arguments) {
     va_list again;
     va_copy(again, arguments);
-    const bool own = !line_buffer_in_use;
-    char small[1];
-    char *text = own ? line_buffer : small;
-    const size_t room = own ? kLineBytes : sizeof small;
-    int length = vsnprintf(own ? text + head_bytes : text, own ? room - head_bytes : room, format,
-                           arguments);
-    Block<char> block(nullptr);
-    if (length >= 0 && (!own || head_bytes + static_cast<size_t>(length) + 2 > room)) {
-        const size_t bytes = head_bytes + static_cast<size_t>(length) + 2;
-        text = static_cast<char *>(Zmalloc(bytes, "output line", "runtime/trace"));
-        if (text != nullptr) {
-            va_list copy;
-            va_copy(copy, again);
-            vsnprintf(text + head_bytes, bytes - head_bytes, format, copy);
-            va_end(copy);
-        }
-    }
-    if (length < 0) {
-        // A format that the C library refuses: nothing to show but the format.
-        va_end(again);
-        write(head, head_bytes);
-        write(format, strlen(format));
-        if (one_line)
-            write("\n", 1);
-        return -1;
-    }
-    size_t n = static_cast<size_t>(length);
-    if (text == nullptr) {
-        write(head, head_bytes);
-        format_in_pieces({write, one_line}, format, again);
-        if (one_line)
-            write("\n", 1);
-    } else {
-        memcpy(text, head, head_bytes);
-        if (one_line) {
-            if (n > 0 && text[head_bytes + n - 1] == '\n')
-                --n;
-            flatten(text + head_bytes, n);
-            text[head_bytes + n++] = '\n';
-        }
-        const bool was_in_use = line_buffer_in_use;
-        line_buffer_in_use = true;
-        write(text, head_bytes + n);
-        line_buffer_in_use = was_in_use;
-        if (text != line_buffer)
-            Zfree(text);
-    }
+    const int length = vsnprintf(nullptr, 0, format, again);
     va_end(again);
+    size_t n = length < 0 ? 0 : static_cast<size_t>(length);
+    Room room(head_bytes + n + 1);
+    if (room.text() == nullptr) {
+        target.write(head, head_bytes);
+        write_in_pieces(target, format, arguments);
+        if (target.is_line)
+            target.write("\n", 1);
+        return length;
+    }
+    char *text = room.text() + head_bytes;
+    memcpy(room.text(), head, head_bytes);
+    if (length >= 0)
+        vsnprintf(text, n + 1, format, arguments);
+    if (target.is_line) {
+        if (n > 0 && text[n - 1] == '\n')
+            --n;
+        flatten(text, n);
+        text[n++] = '\n';  // where the newline or the zero byte was
+    }
+    target.write(room.text(), head_bytes + n);
     return length;
 }
 
@@ -225,7 +223,7 @@ bool set_trace_file(const char *path) {
 int eprintf(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    int length = host::format_line("", 0, host::write_error_output, false, format, arguments);
+    int length = host::write_formatted(host::kToErrorOutput, "", 0, format, arguments);
     va_end(arguments);
     return length;
 }
@@ -241,7 +239,7 @@ int ZTrace(int level_change, int category, const char *format, ...) {
         size_t head_bytes = write_head(head, sizeof head, category);
         va_list arguments;
         va_start(arguments, format);
-        format_line(head, head_bytes, write_trace, true, format, arguments);
+        write_formatted(kToTrace, head, head_bytes, format, arguments);
         va_end(arguments);
         errno = cause;
     }

@@ -224,6 +224,17 @@ TEST(ErrorOutput, PutsTextsInTheirPlaces) {
     Captured output(0);
     meprintf("<%1>", static_cast<const char *>(nullptr));
     EXPECT_EQ(output.text, "<>");
+    EXPECT_EQ(output.calls, 1u);
+}
+
+TEST(ErrorOutput, LongTextsInPlacesAreNotCut) {
+    for (size_t length : {1020u, 1024u, 1025u, 5000u}) {
+        Captured output(0);
+        const std::string text(length, 'x');
+        EXPECT_EQ(meprintf("<%1|%2>", text.c_str(), text.c_str()),
+                  static_cast<int>(2 * length + 3));
+        EXPECT_TRUE(output.text == "<" + text + "|" + text + ">") << length;
+    }
 }
 
 TEST(ErrorOutput, TextsInPlacesAreNotLookedInto) {
