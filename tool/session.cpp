@@ -34,6 +34,22 @@ void assign(const std::string &assignment) {
     }
 }
 
+// XFD_DIRECTORY counts only while XFD_PREFIX, which may come from the environment,
+// is not set; where it is, the directory takes its place.
+void look_only_in(const std::string &directory) {
+    const bool has_prefix = ZCGetValueString("XFD_PREFIX") != nullptr;
+    if (has_prefix && directory.find('"') != std::string::npos) {
+        throw Failure("--xfd-directory " + directory +
+                      ": XFD_PREFIX is set and cannot hold a double quote; without it the "
+                      "directory would be right");
+    }
+    const int done = has_prefix ? ZCSetValueString("XFD_PREFIX", ('"' + directory + '"').c_str())
+                                : ZCSetValueString("XFD_DIRECTORY", directory.c_str());
+    if (done == 0) {
+        throw Failure("--xfd-directory " + directory + ": " + host_message());
+    }
+}
+
 }  // namespace
 
 void Settings::declare(CLI::App &app) {
@@ -45,8 +61,7 @@ void Settings::declare(CLI::App &app) {
                    "Read configuration variables from FILE, one NAME=VALUE a line")
         ->type_name("FILE")
         ->group("Configuration");
-    app.add_option("--xfd-directory", xfd_directory_,
-                   "Look for the dictionary in DIRECTORY (XFD_DIRECTORY)")
+    app.add_option("--xfd-directory", xfd_directory_, "Look for the dictionary in DIRECTORY alone")
         ->type_name("DIRECTORY")
         ->group("Configuration");
 }
@@ -60,8 +75,8 @@ void Settings::apply() const {
     for (const std::string &assignment : assignments_) {
         assign(assignment);
     }
-    if (!xfd_directory_.empty() && ZCSetValueString("XFD_DIRECTORY", xfd_directory_.c_str()) == 0) {
-        throw Failure("--xfd-directory " + xfd_directory_ + ": " + host_message());
+    if (!xfd_directory_.empty()) {
+        look_only_in(xfd_directory_);
     }
 }
 

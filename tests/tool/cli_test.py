@@ -214,6 +214,58 @@ Record (24 bytes)
             self.assertIn("cut short", refused.stderr)
 
 
+class Refused(Tool):
+    def test_dictionaries_that_cannot_become_a_table(self):
+        rows = (
+            ("twice", PLAIN.replace("6,16,0,0,0,0,5,NAME", "6,16,0,0,0,0,5,Id"), "id"),
+            ("subtable", ITEMS.replace("START OCCURS", "START OCCURS,WORDS"), "word"),
+            ("norecord", PLAIN.replace("10,10,1", "0,0,1"), ""),
+        )
+        for name, text, word in rows:
+            self.write(name + ".xfd", text)
+            self.write("data", b"0001one   ")
+            before = self.files()
+            for command in (["ddl", name], ["load", name, "data", "--db", "sqlite:x.db"],
+                            ["unload", name, "data", "--db", "sqlite:x.db"]):
+                with self.subTest(command=command):
+                    result = self.run_tool(*command)
+                    self.assertEqual((result.returncode, result.stdout), (2, ""))
+                    self.assertTrue(result.stderr.startswith(
+                        "wbfsi %s: %s: " % (command[0], name)), result.stderr)
+                    self.assertIn(word, result.stderr)
+                    self.assertEqual(self.files(), before)
+
+    def test_a_name_cannot_command_the_terminal(self):
+        result = self.run_tool("show", "a\x1b[2Jb")
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertNotIn("\x1b", result.stderr)
+        self.assertIn("a\\x1B[2Jb", result.stderr)
+
+
+class Ddl(Tool):
+    def test_both_dialects(self):
+        for dialect in ("sqlite", "postgresql"):
+            with self.subTest(dialect=dialect):
+                result = self.run_tool("ddl", "plain", "--dialect", dialect)
+                self.assertEqual((result.returncode, result.stderr), (0, ""))
+                self.assertTrue(result.stdout.startswith('CREATE TABLE "PLAIN" (\n    "id" '),
+                                result.stdout)
+                self.assertTrue(result.stdout.endswith(";\n"))
+                self.assertIn('"exact_record"', result.stdout)
+        self.assertNotIn('"exact_record"', self.run_tool("ddl", "plain", "--no-exact").stdout)
+
+    def test_the_statements_make_the_table_that_load_makes(self):
+        self.write("data", b"0001one   ")
+        self.expect(["load", "plain", "data", "--db", "sqlite:test.db", "-q"], 0)
+        ours = sqlite3.connect(":memory:")
+        loaded = sqlite3.connect(self.path("test.db"))
+        ours.executescript(self.run_tool("ddl", "plain").stdout)
+        query = "SELECT type, name, sql FROM sqlite_master ORDER BY name"
+        self.assertEqual(ours.execute(query).fetchall(), loaded.execute(query).fetchall())
+        ours.close()
+        loaded.close()
+
+
 class Locate(Tool):
     def test_taken(self):
         self.expect(["locate", "/data/Plain"], 0, """\
@@ -253,6 +305,16 @@ tried     <%(d)s> concat <gone> concat <.xfd>: too long
           <%(d)s> concat <GONE> concat <.XFD>: too long
 """ % {"d": "x" * 300}, "wbfsi locate: gone: no dictionary was found; XFD_PREFIX is not set, "
                         "XFD_DIRECTORY is \"%s\"\n" % ("x" * 300))
+
+    def test_the_directory_of_the_command_line_comes_first(self):
+        os.mkdir(self.path("a b"))
+        os.rename(self.path("plain.xfd"), self.path("a b/plain.xfd"))
+        for environment in ({}, {"XFD_PREFIX": "/none"}, {"XFD_DIRECTORY": "/none"}):
+            with self.subTest(environment=environment):
+                result = self.run_tool("locate", "plain", "--xfd-directory", "a b", **environment)
+                self.assertEqual((result.returncode, result.stderr), (0, ""))
+                self.assertTrue(result.stdout.endswith("\ntaken     a b/plain.xfd\n"))
+                self.assertNotIn("/none", result.stdout)
 
     def test_found_but_malformed(self):
         self.write("later.xfd", "XFD,9,A,A,12\n")
