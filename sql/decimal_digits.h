@@ -61,7 +61,7 @@ inline bool parse_digits(const unsigned char *text, size_t n, uint64_t *out) {
 inline void put_digits(uint64_t number, size_t n, unsigned char *out) {
     while (n >= 2) {
         n -= 2;
-        std::memcpy(out + n, &kDigitPairs[2 * (number % 100)], 2);
+        std::memcpy(out + n, &kDigitPairs[2 * static_cast<size_t>(number % 100)], 2);
         number /= 100;
     }
     if (n == 1) {

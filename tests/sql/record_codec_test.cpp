@@ -47,7 +47,8 @@ struct OneField {
         image.resize(row.size);
     }
 
-    std::string decode(const std::string &record) {
+    std::string decode(const std::string &bytes) {
+        record = bytes;
         is_exact = codec->decode(as_bytes(record), {&value, 1}, texts).is_exact;
         return shown(value) + (is_exact ? "" : " kept");
     }
@@ -62,6 +63,7 @@ struct OneField {
     std::unique_ptr<sql::RecordCodec> codec;
     std::vector<char> texts;
     std::vector<unsigned char> image;
+    std::string record;  // what the value may point into
     sql::Value value;
     bool is_exact = false;
 };

@@ -175,7 +175,7 @@ TEST_F(TableLoader, RejectedRecordsAreHandedBackWithTheirReason) {
         EXPECT_EQ(rejects[1].number, 42U);
         EXPECT_EQ(rejects[2].number, 100U);
         for (const Reject &reject : rejects) {
-            EXPECT_EQ(reject.record, records[reject.number - 1]);
+            EXPECT_EQ(reject.record, records[static_cast<size_t>(reject.number - 1)]);
         }
         Records rest = records;
         rest.erase(rest.begin() + 99);

@@ -156,7 +156,7 @@ TEST_F(TableReader, AUniqueKeyRefusesExactlyTheRecordsWithBytesThatWereThere) {
             sql::LoadOptions options;
             options.on_reject = [&](const sql::Rejection &r) {
                 rejected.push_back(r.record_number);
-                EXPECT_EQ(as_string(r.record), records[r.record_number - 1]);
+                EXPECT_EQ(as_string(r.record), records[static_cast<size_t>(r.record_number - 1)]);
                 return sql::Status();
             };
             ASSERT_TRUE(load(layout, records, options).ok());
