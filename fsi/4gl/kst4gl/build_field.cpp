@@ -25,7 +25,7 @@ constexpr int kTraceCategory = 9;
 constexpr uint16_t kNoIndex = 65535;
 
 // "_65535" for each level.
-constexpr size_t kMaxSuffix = kMaxOpenGroups * 6;
+constexpr size_t kMaxSuffix = size_t{kMaxOpenGroups} * 6;
 
 constexpr uint32_t kDateField = 1;
 constexpr uint32_t kUserTypeMask = 15;

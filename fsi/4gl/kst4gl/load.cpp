@@ -27,7 +27,7 @@
 
 namespace fsi {
 
-Reader reader;
+constinit Reader reader = {};
 
 namespace {
 
