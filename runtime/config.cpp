@@ -44,8 +44,6 @@ bool is_text(const ZCVariable &row) {
     return row.type == kRaw || row.type == kTextWithDefault || row.type == kText;
 }
 
-// ---- the host's own variables
-
 constexpr int kDefaultCodePage = 28591;
 
 constexpr ZCVariable kOwnRows[] = {
@@ -66,8 +64,6 @@ char own_names[kOwnRowCount][32];
 bool is_own(const Variable *variable) {
     return variable >= own_variables && variable < own_variables + kOwnRowCount;
 }
-
-// ---- values in force
 
 int32_t default_number(const ZCVariable &row) {
     return static_cast<int32_t>(row.default_value);
@@ -186,8 +182,6 @@ int apply_waiting(Variable *variable) {
     return done;
 }
 
-// ---- declaring
-
 // The environment's word on a variable, once for each declaration.
 bool take_environment(Variable *variable, const char *row_name) {
     clear(&variable->given[kFromEnvironment]);
@@ -262,8 +256,6 @@ void undo_prepare(const ZCVariable *table, uint32_t count) {
             withdraw(variable);
     }
 }
-
-// ---- setting
 
 // Keeps the values of a stream, and of a name of which nobody knows yet whether it
 // is one, for the next declaration; the oldest go when there are too many.
