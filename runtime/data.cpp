@@ -138,9 +138,13 @@ int ZconvertData(const ZArgument *dest, const ZArgument *src, int flags, const X
     if (dest == nullptr || src == nullptr) {
         return 0;
     }
-    const bool is_short = dest->a_type == host::kSignAndDigits && src->a_type < host::kTypes;
-    return is_short ? host::kToSignAndDigits[src->a_type](dest, src, flags, cvt)
-                    : host::convert_any(dest, src, flags, cvt);
+    if (dest->a_type == host::kSignAndDigits && src->a_type < host::kTypes) {
+        return host::kToSignAndDigits[src->a_type](dest, src, flags, cvt);
+    }
+    if (src->a_type == host::kSignAndDigits && dest->a_type < host::kTypes) {
+        return host::kFromSignAndDigits[dest->a_type](dest, src, flags, cvt);
+    }
+    return host::convert_any(dest, src, flags, cvt);
 }
 
 uint16_t Ztype_from_UD(uint8_t code) {

@@ -24,6 +24,9 @@ int convert_any(const ZArgument *to, const ZArgument *from, int flags, const Xfd
 // good and fits; else the general way decides.
 extern const Conversion kToSignAndDigits[kTypes];
 
+// From a type 4 field, by the target's type, under the same conditions.
+extern const Conversion kFromSignAndDigits[kTypes];
+
 }  // namespace host
 
 #endif

@@ -14,14 +14,6 @@ constexpr uint8_t kOtherMinusNibble = 11;
 constexpr uint8_t kUnsignedNibble = 15;
 constexpr uint32_t kMaxBytes = kMaxPositions / 2;
 
-// Eight characters to eight half bytes.
-uint32_t gather(const char *characters) {
-    uint64_t word = load_big_endian<uint64_t>(characters) & 0x0F0F0F0F0F0F0F0F;
-    word = (word | word >> 4) & 0x00FF00FF00FF00FF;
-    word = (word | word >> 8) & 0x0000FFFF0000FFFF;
-    return static_cast<uint32_t>(word | word >> 16);
-}
-
 }  // namespace
 
 bool read_packed(const ZArgument &from, const Layout &layout, const Settings & /*settings*/,
@@ -77,7 +69,8 @@ bool write_packed(const ZArgument &to, const Layout &layout, const Settings &set
     uint8_t packed[kMaxBytes];
     const uint32_t padded_size = size + padding / 2;
     for (uint32_t i = 0; i < padded_size; i += 4) {
-        store(packed + i, from_big_endian(gather(characters + 2 * i)));
+        store(packed + i,
+              from_big_endian(gather_eight(load_big_endian<uint64_t>(characters + 2 * i))));
     }
     copy_short(reinterpret_cast<char *>(bytes_of(to)), packed + padding / 2, size);
     return fits;

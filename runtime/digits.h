@@ -130,14 +130,14 @@ inline bool all_zeros(const char *digits, size_t n) {
 }
 
 // The number that eight digits spell: pairs, then fours, then all eight.
-inline uint32_t parse_eight(const char *digits) {
-    uint64_t word = load<uint64_t>(digits);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = __builtin_bswap64(word);
-    }
+inline uint32_t parse_eight_word(uint64_t word) {
+    word = from_little_endian(word);
     word = (word & 0x0F0F0F0F0F0F0F0F) * 2561 >> 8;
     word = (word & 0x00FF00FF00FF00FF) * 6553601 >> 16;
     return static_cast<uint32_t>((word & 0x0000FFFF0000FFFF) * 42949672960001 >> 32);
+}
+inline uint32_t parse_eight(const char *digits) {
+    return parse_eight_word(load<uint64_t>(digits));
 }
 
 inline constexpr auto kDigitPairs = [] {

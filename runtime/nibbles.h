@@ -66,6 +66,14 @@ inline constexpr uint32_t kNoDigits = 17;
 #endif
 }
 
+// Eight characters, the first most significant, to eight half bytes.
+inline uint32_t gather_eight(uint64_t characters) {
+    uint64_t word = characters & 0x0F0F0F0F0F0F0F0F;
+    word = (word | word >> 4) & 0x00FF00FF00FF00FF;
+    word = (word | word >> 8) & 0x0000FFFF0000FFFF;
+    return static_cast<uint32_t>(word | word >> 16);
+}
+
 }  // namespace host
 
 #endif

@@ -426,7 +426,18 @@ def random_case(rng):
     if rng.random() < 0.15:  # what record work asks for most: its own sign and digits
         kind, digits, scale, _ = source
         return (4, digits + 1, digits, scale), source, settings
-    return random_field(rng), source, settings
+    to = random_field(rng)
+    if rng.random() < 0.2:  # and the way back
+        _, _, digits, scale = to
+        text = (4, digits + 1, digits, scale)
+        written = write(*text, random_number(rng), settings)
+        if written:
+            data = written[1]
+            if rng.random() < 0.1:
+                at = rng.randrange(len(data))
+                data = data[:at] + rng.choice([b"/", b":", b"+", b"-", b" "]) + data[at + 1:]
+            source = 4, digits, scale, data
+    return to, source, settings
 
 
 def line_of(case):
