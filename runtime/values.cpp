@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // Split lines.  A line is scanned twice: once to learn whether commas or blanks
-// separate its values and how many there can be at most, once to cut it.  The
-// handle's own record holds the values of an ordinary line, so that such a line
-// costs no allocation but the handle; longer ones get one block more.
+// separate its values and how many there can be at most, once to cut it; a line
+// without quotes, as nearly all are, is copied whole and cut in place.  The handle's
+// own record holds the values of an ordinary line, so that such a line costs no
+// allocation but the handle; longer ones get one block more.
 #include "host/values.h"
 
 #include <stddef.h>
@@ -48,36 +49,48 @@ struct Shape {
     size_t length;  // bytes of the text, one trailing CR not counted
     size_t values;  // at most so many
     bool commas;
+    bool quotes;
 };
 
-// A quote opens a quoted stretch where a value can begin: at the start of the
-// text, behind a blank and behind a comma.
-Shape measure(const char *text) {
-    Shape shape{};
+size_t count_commas(const char *text, size_t n) {
     size_t commas = 0;
+    for (size_t i = 0; i < n; ++i)
+        commas += text[i] == ',' ? 1 : 0;
+    return commas;
+}
+
+size_t count_words(const char *text, size_t n) {
     size_t words = 0;
+    char before = ' ';
+    for (size_t i = 0; i < n; before = text[i++])
+        words += is_blank(before) && !is_blank(text[i]) ? 1 : 0;
+    return words;
+}
+
+// A quote opens a quoted stretch where a value can begin: at the start of the text,
+// behind a blank and behind a comma.  One right behind a closing quote is the second
+// of a doubled pair.
+size_t count_bare_commas(const char *text, size_t n) {
+    size_t commas = 0;
     bool inside = false;
     char before = ' ';
-    size_t i = 0;
-    for (; text[i] != '\0'; ++i) {
-        char c = text[i];
-        if (inside) {
-            if (c == '"')
-                inside = false;
-        } else if (c == '"' && (is_blank(before) || before == ',' || before == '"')) {
-            // A quote right behind a closing one is the second of a doubled pair.
-            inside = true;
-            words += is_blank(before) ? 1 : 0;
-        } else if (c == ',') {
-            ++commas;
-        } else if (!is_blank(c) && is_blank(before)) {
-            ++words;
-        }
-        before = c;
+    for (size_t i = 0; i < n; before = text[i++]) {
+        if (text[i] == '"')
+            inside = !inside && (is_blank(before) || before == ',' || before == '"');
+        else
+            commas += !inside && text[i] == ',' ? 1 : 0;
     }
-    shape.length = i > 0 && text[i - 1] == '\r' ? i - 1 : i;
+    return commas;
+}
+
+Shape measure(const char *text) {
+    Shape shape{};
+    const size_t n = strlen(text);
+    shape.length = n > 0 && text[n - 1] == '\r' ? n - 1 : n;
+    shape.quotes = memchr(text, '"', n) != nullptr;
+    const size_t commas = shape.quotes ? count_bare_commas(text, n) : count_commas(text, n);
     shape.commas = commas != 0;
-    shape.values = shape.commas ? commas + 1 : words;
+    shape.values = shape.commas ? commas + 1 : count_words(text, shape.length);
     return shape;
 }
 
@@ -89,7 +102,7 @@ bool is_digit(char c) {
 // fits tells whether nothing was clamped.
 int32_t leading_number(const char *text, const char **end, bool *fits) {
     const char *p = text;
-    bool negative = *p == '-';
+    const bool negative = *p == '-';
     if (*p == '-' || *p == '+')
         ++p;
     const int64_t limit = negative ? int64_t{INT32_MAX} + 1 : INT32_MAX;
@@ -107,6 +120,47 @@ int32_t leading_number(const char *text, const char **end, bool *fits) {
     return static_cast<int32_t>(negative ? -number : number);
 }
 
+void add(Line *line, const char *start, bool quoted) {
+    Value &value = line->values[line->count++];
+    value.start = static_cast<uint32_t>(start - line->text);
+    value.type = kString;
+    value.integer = 0;
+    if (quoted)
+        return;
+    const char *end;
+    bool fits;
+    const int32_t number = leading_number(start, &end, &fits);
+    if (fits && end != start && *end == '\0') {
+        value.type = kInteger;
+        value.integer = number;
+    }
+}
+
+// Cuts a line without quotes in its own copy.
+template <bool kCommas>
+void split_plain(Line *line, const char *text, size_t length) {
+    char *p = line->text;
+    char *const end = p + length;
+    memcpy(p, text, length);
+    *end = '\0';
+    for (;;) {
+        while (p != end && is_blank(*p))
+            ++p;
+        if (p == end)
+            return;
+        char *const start = p;
+        while (p != end && (kCommas ? *p != ',' : !is_blank(*p)))
+            ++p;
+        char *stop = p;
+        while (kCommas && stop != start && is_blank(stop[-1]))
+            --stop;
+        *stop = '\0';
+        add(line, start, false);
+        p += p != end ? 1 : 0;
+    }
+}
+
+// Any line, into a copy that is made on the way.
 class Splitter {
  public:
     Splitter(const char *from, const char *end, bool commas, Line *line)
@@ -173,23 +227,7 @@ class Splitter {
         }
         out_ = keep;
         *out_++ = '\0';
-        add(start, quoted);
-    }
-
-    void add(const char *start, bool quoted) {
-        Value &value = line_->values[line_->count++];
-        value.start = static_cast<uint32_t>(start - line_->text);
-        value.type = kString;
-        value.integer = 0;
-        if (quoted)
-            return;
-        const char *end;
-        bool fits;
-        int32_t number = leading_number(start, &end, &fits);
-        if (fits && end != start && *end == '\0') {
-            value.type = kInteger;
-            value.integer = number;
-        }
+        add(line_, start, quoted);
     }
 
     const char *p_;
@@ -240,7 +278,12 @@ ZHandle Zcds_new(const char *text) {
         line->values = static_cast<Value *>(line->block);
         line->text = static_cast<char *>(line->block) + value_bytes;
     }
-    Splitter(text, text + shape.length, shape.commas, line).run();
+    if (shape.quotes)
+        Splitter(text, text + shape.length, shape.commas, line).run();
+    else if (shape.commas)
+        split_plain<true>(line, text, shape.length);
+    else
+        split_plain<false>(line, text, shape.length);
     return handle;
 }
 
