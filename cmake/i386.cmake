@@ -31,6 +31,10 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "${link_flags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${link_flags}")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${link_flags}")
 
+# Programs run from the build tree find the overlay's libraries; installed ones
+# use the machine's own.
+set(CMAKE_BUILD_RPATH "${libraries}" "${base_libraries}")
+
 set(CMAKE_FIND_ROOT_PATH "${WBFSI_OVERLAY}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,0 +1,61 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+#
+#   install_test.sh BUILD-FOLDER PREFIX
+#
+# Installs the build into PREFIX, then compiles and runs stranger.c against it,
+# once with pkg-config and once with the CMake package.  CC and CFLAGS name the
+# compiler and its width, OVERLAY the folder of the 32-bit libraries or nothing.
+set -eu
+
+build=$1
+prefix=$2
+here=$(cd "$(dirname "$0")" && pwd)
+
+fail() {
+    echo "install_test: $*" >&2
+    exit 1
+}
+
+rm -rf "$prefix"
+"$CMAKE" --install "$build" --prefix "$prefix" >/dev/null
+
+work=$prefix/work
+mkdir -p "$work/src"
+for file in lib/libwbfsi2.so.3 lib/libwbhost.so.1 bin/wbfsi include/wbfsi/wbfsi.h \
+    include/host/host.h lib/pkgconfig/wbfsi.pc lib/cmake/wbfsi/wbfsi-config.cmake \
+    share/man/man1/wbfsi.1; do
+    [ -e "$prefix/$file" ] || fail "$file is not installed"
+done
+
+case "$CFLAGS" in
+*-m32*) bits=32 ;;
+*) bits=64 ;;
+esac
+expected="AMOUNT_12 1 $bits bits"
+
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+# shellcheck disable=SC2046,SC2086
+$CC $CFLAGS -std=c11 -Wall -Werror "$here/stranger.c" -o "$work/by-pkg-config" \
+    $(pkg-config --define-variable=prefix="$prefix" --cflags --libs wbfsi)
+got=$(LD_LIBRARY_PATH=$prefix/lib "$work/by-pkg-config")
+[ "$got" = "$expected" ] || fail "with pkg-config: '$got' instead of '$expected'"
+
+cp "$here/stranger.c" "$work/src/"
+cp "$here/project.cmake.in" "$work/src/CMakeLists.txt"
+"$CMAKE" -G Ninja -S "$work/src" -B "$work/build" -DCMAKE_C_COMPILER="$CC" -DCMAKE_C_FLAGS="$CFLAGS" \
+    -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+"$CMAKE" --build "$work/build" >/dev/null
+got=$("$work/build/stranger")
+[ "$got" = "$expected" ] || fail "with the CMake package: '$got' instead of '$expected'"
+
+# The tool finds the libraries beside it, wherever the prefix is moved.
+mv "$prefix" "$prefix.moved"
+trap 'rm -rf "$prefix.moved"' EXIT
+if ! version=$(LD_LIBRARY_PATH=${OVERLAY:+$OVERLAY/usr/lib/i386-linux-gnu} "$prefix.moved/bin/wbfsi" --version); then
+    fail "the installed tool does not run"
+fi
+case $version in
+*0.1.0*) ;;
+*) fail "the installed tool says it is '$version'" ;;
+esac
