@@ -1,100 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// Data conversion, row by row of the table of storages.  Random descriptions
-// against exact arithmetic, and fields that COBOL programs wrote, are in
-// tests/oracle.
-#include "host/data.h"
+// Data conversion, row by row of the table of storages; text is in data_text_test,
+// floating point in data_float_test.  Random descriptions against exact
+// arithmetic, and fields that COBOL programs wrote, are in tests/oracle.
+#include "tests/runtime/data_fixture.h"
 
-#include <gtest/gtest.h>
-
-#include <bit>
-#include <cmath>
-#include <cstring>
 #include <limits>
-#include <string>
-#include <vector>
-
-#include "host/charset.h"
-#include "host/memory.h"
 
 namespace {
 
-using Bytes = std::string;
-
-struct Field {
-    uint16_t type;
-    uint32_t size;
-    uint8_t digits;
-    int8_t scale;
-};
-
-constexpr XfdCvtInfo kDefaults{0, 40, 25, 11, '.', ',', 0};
-
-XfdCvtInfo settings(uint8_t sign_code1, uint8_t sign_code2 = 11, char period = '.') {
-    XfdCvtInfo info = kDefaults;
-    info.cv_sign_code1 = sign_code1;
-    info.cv_sign_code2 = sign_code2;
-    info.cv_period = period;
-    return info;
-}
-
-// Result code and bytes of a conversion, as "1 text"; the target starts as "#"s.
-// Both areas are blocks of exactly their sizes, so that a sanitizer sees every
-// byte outside them, and start at odd addresses.
-Bytes convert(const Field &to, const Field &from, const Bytes &bytes,
-              const XfdCvtInfo *info = nullptr) {
-    std::vector<char> source(bytes.size() + 1);
-    std::memcpy(source.data() + 1, bytes.data(), bytes.size());
-    std::vector<char> target(to.size + 1, '#');
-    const ZArgument src{reinterpret_cast<uintptr_t>(source.data() + 1),
-                        from.size,
-                        from.type,
-                        from.digits,
-                        from.scale,
-                        0};
-    const ZArgument dest{
-        reinterpret_cast<uintptr_t>(target.data() + 1), to.size, to.type, to.digits, to.scale, 0};
-    const int result = ZconvertData(&dest, &src, 1, info);
-    EXPECT_EQ(target[0], '#');
-    EXPECT_EQ(Bytes(source.data() + 1, bytes.size()), bytes) << "the source was changed";
-    return (result == 0 ? "0 " : result == 1 ? "1 " : "? ") + Bytes(target.data() + 1, to.size);
-}
-
-Field display(uint16_t type, size_t size, int digits, int scale = 0) {
-    return {type, static_cast<uint32_t>(size), static_cast<uint8_t>(digits),
-            static_cast<int8_t>(scale)};
-}
-
-Field text(size_t size, uint16_t type = 16) {
-    return {type, static_cast<uint32_t>(size), 0, 0};
-}
-
-Bytes hex(const Bytes &digits) {
-    Bytes bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    }
-    return bytes;
-}
-
-// What hex() turns into bytes, behind a result code.
-Bytes result(int code, const Bytes &bytes) {
-    return std::to_string(code) + " " + bytes;
-}
-
-Bytes national(const Bytes &ascii) {
-    Bytes units;
-    for (const char c : ascii) {
-        const auto unit = static_cast<uint16_t>(static_cast<unsigned char>(c));
-        units.append(reinterpret_cast<const char *>(&unit), sizeof unit);
-    }
-    return units;
-}
-
-template <typename Real>
-Bytes raw(Real number) {
-    return {reinterpret_cast<const char *>(&number), sizeof number};
-}
+using namespace data_test;
 
 // Reading every storage: the text form shows sign, digits and point.
 
@@ -387,18 +302,20 @@ TEST(DataWriting, AStorageWithoutRoomForADigitIsLeftAlone) {
     };
     for (const Field &field : fields) {
         SCOPED_TRACE("type " + std::to_string(field.type));
-        EXPECT_EQ(convert(field, text(1), "0"), "0 " + Bytes(field.size, '#'));
+        EXPECT_EQ(convert(field, text(1), "0"), result(0, Bytes(field.size, '#')));
     }
 }
 
 TEST(DataWriting, UpTo256PositionsAndEveryScale) {
-    EXPECT_EQ(convert(display(1, 256, 0), text(3), "-17"), "1 " + Bytes(254, '0') + "17");
+    EXPECT_EQ(convert(display(1, 256, 0), text(3), "-17"), result(1, Bytes(254, '0') + "17"));
     EXPECT_EQ(convert(display(9, 128, 255), text(3), "-17"),
               result(1, Bytes(126, '\0') + hex("017D")));
-    EXPECT_EQ(convert(display(1, 3, 3, -128), text(131), "0." + Bytes(125, '0') + "1234"), "1 123");
-    EXPECT_EQ(convert(display(1, 3, 3, 127), text(130), "123" + Bytes(127, '9')), "1 123");
-    EXPECT_EQ(convert(text(130), display(1, 3, 3, 127), "123"), "1 123" + Bytes(127, '0'));
-    EXPECT_EQ(convert(text(130), display(1, 3, 3, -128), "123"), "1 0." + Bytes(125, '0') + "123");
+    EXPECT_EQ(convert(display(1, 3, 3, -128), text(131), joined({"0.", Bytes(125, '0'), "1234"})),
+              "1 123");
+    EXPECT_EQ(convert(display(1, 3, 3, 127), text(130), joined({"123", Bytes(127, '9')})), "1 123");
+    EXPECT_EQ(convert(text(130), display(1, 3, 3, 127), "123"), joined({"1 123", Bytes(127, '0')}));
+    EXPECT_EQ(convert(text(130), display(1, 3, 3, -128), "123"),
+              joined({"1 0.", Bytes(125, '0'), "123"}));
 }
 
 TEST(DataNumbers, OneStorageToAnotherKeepsDigitsSignAndPoint) {
@@ -437,282 +354,6 @@ TEST(DataNumbers, OneStorageToAnotherKeepsDigitsSignAndPoint) {
             EXPECT_EQ(convert(to.field, from.field, from.bytes), result(1, to.bytes));
         }
     }
-}
-
-TEST(DataText, NumberToCharacters) {
-    struct Row {
-        const char *name;
-        Field field;
-        Bytes bytes;
-        Field target;
-        Bytes expected;
-    };
-    const Row rows[] = {
-        {"padded", display(4, 4, 3), "-007", text(4), "1 -7  "},
-        {"exact room", display(4, 4, 3), "-007", text(2), "1 -7"},
-        {"no room", display(4, 4, 3), "-007", text(1), "0 #"},
-        {"no room at all", display(1, 1, 1), "0", text(0), "0 "},
-        {"justified right", display(4, 4, 3), "-007", text(4, 17), "1   -7"},
-        {"alphabetic", display(4, 4, 3), "-007", text(4, 18), "1 -7  "},
-        {"alphabetic, justified right", display(4, 4, 3), "-007", text(4, 19), "1   -7"},
-        {"alphanumeric edited", display(4, 4, 3), "-007", text(4, 20), "1 -7  "},
-        {"numeric edited", display(4, 4, 3), "-007", text(4, 0), "1 -7  "},
-        {"group", display(4, 4, 3), "-007", text(4, 22), "1 -7  "},
-        {"a code without a row", display(4, 4, 3), "-007", text(4, 999), "1 -7  "},
-        {"all decimals", display(4, 6, 5, -3), "-01500", text(8), "1 -1.500  "},
-        {"zero before the point", display(4, 4, 3, -3), "-015", text(8), "1 -0.015  "},
-        {"negative zero", display(4, 4, 3, -1), "-000", text(4), "1 0.0 "},
-        {"national", display(4, 4, 3), "-007", text(8, 24), result(1, national("-7  "))},
-        {"national, justified right", display(4, 4, 3), "-007", text(8, 25),
-         result(1, national("  -7"))},
-        {"national edited, odd size", display(4, 4, 3), "-007", text(7, 26),
-         result(1, national("-7 ") + "#")},
-        {"national, no room", display(4, 4, 3), "-007", text(3, 24), "0 ###"},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(convert(row.target, row.field, row.bytes), row.expected);
-    }
-}
-
-TEST(DataText, CharactersToNumber) {
-    struct Row {
-        Bytes text;
-        Bytes expected;  // in S9(5)V99 as type 4
-    };
-    const Row rows[] = {
-        {"12", "1 +0001200"},
-        {"  12  ", "1 +0001200"},
-        {"+12", "1 +0001200"},
-        {"-12", "1 -0001200"},
-        {" -1.5 ", "1 -0000150"},
-        {".5", "1 +0000050"},
-        {"5.", "1 +0000500"},
-        {"-.07", "1 -0000007"},
-        {"00000000012.3", "1 +0001230"},
-        {"1.239", "1 +0000123"},
-        {"-0.009", "1 +0000000"},
-        {"123456.78", "0 +2345678"},
-        {"1200000", "0 +0000000"},
-        {"", "0 ########"},
-        {"   ", "0 ########"},
-        {"+", "0 ########"},
-        {"-", "0 ########"},
-        {".", "0 ########"},
-        {"-.", "0 ########"},
-        {"1 2", "0 ########"},
-        {"- 1", "0 ########"},
-        {"1-", "0 ########"},
-        {"+-1", "0 ########"},
-        {"1..2", "0 ########"},
-        {"1.2.3", "0 ########"},
-        {"1,2", "0 ########"},
-        {"1e2", "0 ########"},
-        {"0x1", "0 ########"},
-        {"\t1", "0 ########"},
-        {"1x", "0 ########"},
-        {Bytes("1\0", 2), "0 ########"},
-        {"/", "0 ########"},
-        {":", "0 ########"},
-        {"\xB2", "0 ########"},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.text);
-        const Field target = display(4, 8, 7, -2);
-        EXPECT_EQ(convert(target, text(row.text.size()), row.text), row.expected);
-        EXPECT_EQ(convert(target, text(row.text.size(), 22), row.text), row.expected);
-        EXPECT_EQ(convert(target, text(row.text.size(), 17), row.text), row.expected);
-        EXPECT_EQ(convert(target, text(2 * row.text.size(), 24), national(row.text)), row.expected);
-    }
-}
-
-TEST(DataText, ThePointIsTheSettings) {
-    const XfdCvtInfo comma = settings(25, 11, ',');
-    EXPECT_EQ(convert(display(4, 5, 4, -2), text(5), "-1,50", &comma), "1 -0150");
-    EXPECT_EQ(convert(display(4, 5, 4, -2), text(5), "-1.50", &comma), "0 #####");
-    EXPECT_EQ(convert(text(6), display(4, 5, 4, -2), "-0150", &comma), "1 -1,50 ");
-    const XfdCvtInfo none = settings(25, 11, '\0');
-    EXPECT_EQ(convert(text(6), display(4, 5, 4, -2), "-0150", &none), "1 -1.50 ");
-}
-
-TEST(DataText, TextsOfAnyLengthKeepTheDigitsThatFit) {
-    const Bytes zeros(5000, '0');
-    const Bytes nines(5000, '9');
-    const auto to = [](const Field &field, const Bytes &bytes) {
-        return convert(field, text(bytes.size()), bytes);
-    };
-    EXPECT_EQ(to(display(1, 3, 3), zeros + "12"), "1 012");
-    EXPECT_EQ(to(display(1, 3, 3), nines + "012"), "0 012");
-    EXPECT_EQ(to(display(1, 5, 5, -2), "12.34" + nines), "1 01234");
-    EXPECT_EQ(to(display(1, 3, 3), zeros + "." + nines), "1 000");
-    EXPECT_EQ(to(display(1, 3, 3, -128), "0." + zeros + "7"), "1 000");
-    EXPECT_EQ(to(display(1, 256, 0, 127), "1" + Bytes(127 + 255, '8')), "1 1" + Bytes(255, '8'));
-    EXPECT_EQ(to(display(23, 8, 0), nines), "0 ########");
-    EXPECT_EQ(to(display(23, 8, 0), "0." + zeros + "7"), result(1, raw(0.0)));
-}
-
-TEST(DataText, CharactersToCharacters) {
-    struct Row {
-        Field field;
-        Bytes bytes;
-        Field target;
-        Bytes expected;
-    };
-    const Row rows[] = {
-        {text(3), "abc", text(5), "1 abc  "},
-        {text(3), "abc", text(3), "1 abc"},
-        {text(3), "abc", text(2), "1 ab"},
-        {text(3), "abc", text(5, 17), "1   abc"},
-        {text(3), "abc", text(2, 17), "1 bc"},
-        {text(5), "abc  ", text(6, 19), "1  abc  "},
-        {text(3, 22), Bytes("a\0c", 3), text(4, 22), result(1, Bytes("a\0c ", 4))},
-        {text(3, 77), "abc", text(2, 15), "1 ab"},
-        {text(0), "", text(2), "1   "},
-        {text(2), "ab", text(0), "1 "},
-        {text(6, 24), national("abc"), text(10, 24), result(1, national("abc  "))},
-        {text(6, 24), national("abc"), text(4, 25), result(1, national("bc"))},
-        {text(7, 24), national("abc") + "x", text(9, 25), result(1, national(" abc") + "#")},
-        {text(3), "abc", text(8, 24), result(1, national("abc "))},
-        {text(3), "abc", text(8, 25), result(1, national(" abc"))},
-        {text(3), "abc", text(4, 26), result(1, national("ab"))},
-        {text(3), Bytes("a\0c", 3), text(8, 24), result(1, national(Bytes("a\0c ", 4)))},
-        {text(6, 24), national("abc"), text(4), "1 abc "},
-        {text(6, 24), national("abc"), text(2), "1 ab"},
-        {text(6, 25), national(Bytes("a\0c", 3)), text(4), result(1, Bytes("a\0c ", 4))},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::to_string(row.field.type) + " to " + std::to_string(row.target.type) +
-                     " " + row.bytes);
-        EXPECT_EQ(convert(row.target, row.field, row.bytes), row.expected);
-    }
-}
-
-TEST(DataText, NationalTextIsReadInTheProgramsCharacterSet) {
-    const Bytes units = raw(uint16_t{0xE9}) + raw(uint16_t{0x20AC}) + raw(uint16_t{'z'});
-    const int before = ZSetCOBOLCharSet(1252);
-    EXPECT_EQ(convert(text(6, 24), text(3), "\xE9\x80z"), result(1, units));
-    EXPECT_EQ(convert(text(3), text(6, 24), units), "1 \xE9\x80z");
-    ASSERT_EQ(ZSetCOBOLCharSet(28591), 1252);
-    EXPECT_EQ(convert(text(3), text(6, 24), units), "1 \xE9?z");
-    ZSetCOBOLCharSet(before);
-}
-
-TEST(DataText, NationalTextIsReadAsUtf8WhenTheSettingsSaySo) {
-    XfdCvtInfo utf8 = kDefaults;
-    utf8.cv_encoding = 2;
-    const Bytes units =
-        raw(uint16_t{0xE9}) + raw(uint16_t{0x20AC}) + raw(uint16_t{0xD83D}) + raw(uint16_t{0xDE00});
-    const Bytes bytes = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
-    EXPECT_EQ(convert(text(10, 24), text(bytes.size()), bytes, &utf8),
-              result(1, units + national(" ")));
-    EXPECT_EQ(convert(text(10), text(8, 24), units, &utf8), "1 " + bytes + " ");
-    EXPECT_EQ(convert(text(3), text(4, 24), raw(uint16_t{0xDE00}) + raw(uint16_t{0xD83D}), &utf8),
-              "1 ?? ");
-}
-
-TEST(DataText, LongNationalTextNeedsMemoryAndSurvivesWithoutIt) {
-    const Bytes ascii(3000, 'x');
-    EXPECT_EQ(convert(text(6000, 24), text(3000), ascii), result(1, national(ascii)));
-    EXPECT_EQ(convert(text(3000), text(6000, 24), national(ascii)), "1 " + ascii);
-    for (int64_t nth = 1; nth <= 2; ++nth) {
-        ZMemoryRefuse(nth, 1);
-        EXPECT_EQ(convert(text(20, 24), text(3000), ascii), "0 " + Bytes(20, '#'));
-        EXPECT_EQ(ZMemoryRefused(), 1U);
-        ZMemoryRefuse(nth, 1);
-        EXPECT_EQ(convert(text(20), text(6000, 24), national(ascii)), "0 " + Bytes(20, '#'));
-        EXPECT_EQ(ZMemoryRefused(), 1U);
-        ZMemoryRefuse(0, 0);
-    }
-    EXPECT_EQ(ZMemoryInUse("Text conversion"), 0U);
-}
-
-TEST(DataFloats, TheShortestDecimalIsRead) {
-    const auto shown = [](auto number) {
-        const Field field = display(23, sizeof number, 0);
-        const Bytes out = convert(text(400), field, raw(number));
-        return out.substr(2, out.find_last_not_of(' ') - 1);
-    };
-    EXPECT_EQ(shown(0.0), "0");
-    EXPECT_EQ(shown(-0.0), "0");
-    EXPECT_EQ(shown(0.1), "0.1");
-    EXPECT_EQ(shown(0.1F), "0.1");
-    EXPECT_EQ(shown(-1234.5), "-1234.5");
-    EXPECT_EQ(shown(1.0 / 3.0), "0.3333333333333333");
-    EXPECT_EQ(shown(1.0F / 3.0F), "0.33333334");
-    EXPECT_EQ(shown(0.1 + 0.2), "0.30000000000000004");
-    EXPECT_EQ(shown(16777216.0F), "16777216");
-    EXPECT_EQ(shown(3716340.75F), "3716340.8");
-    EXPECT_EQ(shown(2097152.25F), "2097152.2");
-    EXPECT_EQ(shown(9007199254740993.0), "9007199254740992");
-    EXPECT_EQ(shown(1e23), "1" + Bytes(23, '0'));
-    EXPECT_EQ(shown(0x1p-44), "0.00000000000005684341886080802");
-    EXPECT_EQ(shown(std::numeric_limits<double>::max()), "17976931348623157" + Bytes(292, '0'));
-    EXPECT_EQ(shown(std::numeric_limits<double>::denorm_min()), "0." + Bytes(323, '0') + "5");
-    EXPECT_EQ(shown(std::numeric_limits<double>::min()),
-              "0." + Bytes(307, '0') + "22250738585072014");
-    EXPECT_EQ(shown(std::numeric_limits<float>::max()), "34028235" + Bytes(31, '0'));
-    EXPECT_EQ(shown(std::numeric_limits<float>::denorm_min()), "0." + Bytes(44, '0') + "1");
-}
-
-TEST(DataFloats, TheNearestNumberIsWritten) {
-    const auto stored = [](const Bytes &number, uint32_t size) {
-        return convert(display(23, size, 0), text(number.size()), number);
-    };
-    EXPECT_EQ(stored("0.1", 8), result(1, raw(0.1)));
-    EXPECT_EQ(stored("-0.1", 4), result(1, raw(-0.1F)));
-    EXPECT_EQ(stored("-0", 8), result(1, raw(0.0)));
-    EXPECT_EQ(stored("9007199254740993", 8), result(1, raw(9007199254740992.0)));
-    EXPECT_EQ(stored("9007199254740993.00000000000000000001", 8),
-              result(1, raw(9007199254740994.0)));
-    EXPECT_EQ(stored("9007199254740993." + Bytes(900, '0') + "1", 8),
-              result(1, raw(9007199254740994.0)));
-    EXPECT_EQ(stored("9007199254740995", 8), result(1, raw(9007199254740996.0)));
-    // Rounds to another 4-byte number when it passes through 8 bytes first.
-    EXPECT_EQ(stored("1.00000017881393432617187499", 4), result(1, raw(1.00000011920928955F)));
-    EXPECT_EQ(stored("1" + Bytes(308, '0'), 8), result(1, raw(1e308)));
-    EXPECT_EQ(stored("1" + Bytes(309, '0'), 8), "0 ########");
-    EXPECT_EQ(stored("179769313486231580793" + Bytes(288, '0'), 8),
-              result(1, raw(std::numeric_limits<double>::max())));
-    EXPECT_EQ(stored("179769313486231580794" + Bytes(288, '0'), 8), "0 ########");
-    EXPECT_EQ(stored("34028235" + Bytes(31, '0'), 4),
-              result(1, raw(std::numeric_limits<float>::max())));
-    EXPECT_EQ(stored("1" + Bytes(39, '0'), 4), "0 ####");
-    EXPECT_EQ(stored("0." + Bytes(323, '0') + "5", 8),
-              result(1, raw(std::numeric_limits<double>::denorm_min())));
-    EXPECT_EQ(stored("0." + Bytes(324, '0') + "1", 8), result(1, raw(0.0)));
-    EXPECT_EQ(stored("0." + Bytes(307, '0') + "222507385850720138", 8),
-              result(1, raw(std::numeric_limits<double>::min())));
-}
-
-TEST(DataFloats, ReadAndWrittenTheyKeepEveryBit) {
-    uint64_t state = 88172645463325252U;
-    for (int i = 0; i < 20000; ++i) {
-        state ^= state << 13;
-        state ^= state >> 7;
-        state ^= state << 17;
-        const auto wide = std::bit_cast<double>(state);
-        const auto narrow = std::bit_cast<float>(static_cast<uint32_t>(state >> 16));
-        if (std::isfinite(wide)) {
-            const Bytes shown = convert(text(400), display(23, 8, 0), raw(wide));
-            ASSERT_EQ(convert(display(23, 8, 0), text(400), shown.substr(2)), result(1, raw(wide)));
-        }
-        if (std::isfinite(narrow)) {
-            const Bytes shown = convert(text(400), display(23, 4, 0), raw(narrow));
-            ASSERT_EQ(convert(display(23, 4, 0), text(400), shown.substr(2)),
-                      result(1, raw(narrow)));
-        }
-    }
-}
-
-TEST(DataFloats, ToAndFromFixedPoint) {
-    EXPECT_EQ(convert(display(4, 8, 7, -2), display(23, 8, 0), raw(-12.349)), "1 -0001234");
-    EXPECT_EQ(convert(display(4, 4, 3), display(23, 8, 0), raw(1e30)), "0 +000");
-    EXPECT_EQ(convert(display(23, 4, 0), display(9, 3, 5, -2), hex("12345D")),
-              result(1, raw(-123.45F)));
-    EXPECT_EQ(convert(display(23, 8, 0), display(23, 4, 0), raw(0.1F)), result(1, raw(0.1)));
-    EXPECT_EQ(convert(display(23, 4, 0), display(23, 8, 0), raw(1e300)), "0 ####");
-    // Scale and digits of a description do not move a floating point's own point.
-    EXPECT_EQ(convert(text(4), display(23, 8, 9, -2), raw(1.5)), "1 1.5 ");
 }
 
 TEST(DataCalls, SourceAndTargetMayOverlap) {
