@@ -15,7 +15,8 @@
  * append; slots allocated beforehand are used first.  When the array that grows
  * cannot be had, what it held is released: its reference is null and its counts
  * are 0 (of fields the totals and the listed count too, and the identity field is
- * -1); the Xfd can be freed.  After any other failure the Xfd is as it was.
+ * -1); the Xfd can be freed.  After any other failure the Xfd is as it was but for
+ * one slot more that may be allocated.
  *
  * Pointers to records end with the next append to their array.
  *

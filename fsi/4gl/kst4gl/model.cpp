@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // Construction of an Xfd by program: allocation, the four appends, the copy.
-// An append first copies everything its arguments name, which may lie in the
-// very array that is about to move, then makes room, then stores; so what fails
-// before the array grows leaves the Xfd as it was.
+// An append makes room in its array first; what its arguments name may lie in the
+// very array that then moves, so it is copied before or followed.  The slot is
+// written when all it will own is there: what fails behind the growth leaves
+// nothing but a spare slot.
 #include "fsi/4gl/kst4gl/model.h"
 
 #include <cstring>
@@ -63,9 +64,16 @@ bool make_key_slot(Xfd *xfd) {
     return true;
 }
 
+// Where the byte at `address` is after `size` bytes moved from `old_base` to
+// `new_base`; the same address when it was none of them.
+uintptr_t followed(uintptr_t address, uintptr_t old_base, size_t size, const void *new_base) {
+    const uintptr_t distance = address - old_base;
+    return distance < size ? reinterpret_cast<uintptr_t>(new_base) + distance : address;
+}
+
 // True when slot x_n_fields exists.  False when memory is refused: then there are
-// no fields any more.
-bool make_field_slot(Xfd *xfd) {
+// no fields any more.  The texts, which may be null, follow the array.
+bool make_field_slot(Xfd *xfd, const char **comment, const char **null_value) {
     const auto old_base = reinterpret_cast<uintptr_t>(xfd->x_fdesc);
     const uint32_t old_slots = xfd->x_fdesc == nullptr ? 0 : xfd->x_n_fields_alloc;
     XfdField *fields = with_room_for_one(xfd->x_fdesc, xfd->x_n_fields, xfd->x_n_fields_alloc,
@@ -76,6 +84,9 @@ bool make_field_slot(Xfd *xfd) {
     }
     xfd->x_fdesc = fields;
     rebase_hash_names(xfd, old_base, old_slots);
+    for (const char **text : {comment, null_value})
+        *text = reinterpret_cast<const char *>(followed(
+            reinterpret_cast<uintptr_t>(*text), old_base, old_slots * sizeof(XfdField), fields));
     return true;
 }
 
@@ -162,15 +173,13 @@ bool copy_conditions(Xfd *copy, const Xfd *xfd) {
 }  // namespace
 
 void rebase_hash_names(Xfd *xfd, uintptr_t old_base, uint32_t old_slots) {
-    const auto base = reinterpret_cast<uintptr_t>(xfd->x_fdesc);
-    if (base == old_base)
+    if (reinterpret_cast<uintptr_t>(xfd->x_fdesc) == old_base)
         return;
     const size_t old_size = old_slots * sizeof(XfdField);
     for (uint32_t i = 0; i < old_slots; ++i) {
         char *&name = xfd->x_fdesc[i].fd_hash_name;
-        const uintptr_t distance = reinterpret_cast<uintptr_t>(name) - old_base;
-        if (name != nullptr && distance < old_size)
-            name = reinterpret_cast<char *>(xfd->x_fdesc) + distance;
+        name = reinterpret_cast<char *>(
+            followed(reinterpret_cast<uintptr_t>(name), old_base, old_size, xfd->x_fdesc));
     }
 }
 
@@ -223,6 +232,8 @@ int Z4AddXFDKey(Xfd *xfd, uint16_t seg_count, uint8_t duplicates, const uint16_t
     XfdKey key = {};
     std::memcpy(key.k_seg_length, seg_lengths, sizeof key.k_seg_length);
     std::memcpy(key.k_seg_offset, seg_offsets, sizeof key.k_seg_offset);
+    if (!fsi::make_key_slot(xfd))
+        return -1;
     fsi::Block<XfdKeyColumn> columns;
     if (n_columns > 0) {
         columns.reset(fsi::allocate_cleared<XfdKeyColumn>(
@@ -230,8 +241,6 @@ int Z4AddXFDKey(Xfd *xfd, uint16_t seg_count, uint8_t duplicates, const uint16_t
         if (!columns)
             return -1;
     }
-    if (!fsi::make_key_slot(xfd))
-        return -1;
 
     XfdKey &slot = xfd->x_key_desc[xfd->x_n_keys];
     slot.k_seg_count = seg_count;
@@ -286,20 +295,6 @@ int Z4AddXFDField(Xfd *xfd, uint32_t offset, const XfdArgument *argument, uint16
         xfd->x_n_fields >= fsi::kMaxFieldSlots)
         return -1;
 
-    fsi::OwnedString own_comment;
-    if (comment != nullptr) {
-        own_comment = fsi::new_comment(comment);
-        if (!own_comment)
-            return -1;
-    }
-    fsi::Block<char> own_null_value;
-    if (null_value != nullptr) {
-        own_null_value.reset(
-            ZSTRDUP(null_value, "User-allocated XFD field null value", fsi::kSource));
-        if (!own_null_value)
-            return -1;
-    }
-
     // What the arguments do not decide stays as the slot held it.
     const uint32_t index = xfd->x_n_fields;
     XfdField field = {};
@@ -327,8 +322,21 @@ int Z4AddXFDField(Xfd *xfd, uint32_t offset, const XfdArgument *argument, uint16
     if (subtable != nullptr)
         copy_text(field.fd_subtable, subtable, fsi::kTableNameLength);
 
-    if (!fsi::make_field_slot(xfd))
+    if (!fsi::make_field_slot(xfd, &comment, &null_value))
         return -1;
+    fsi::OwnedString own_comment;
+    if (comment != nullptr) {
+        own_comment = fsi::new_comment(comment);
+        if (!own_comment)
+            return -1;
+    }
+    fsi::Block<char> own_null_value;
+    if (null_value != nullptr) {
+        own_null_value.reset(
+            ZSTRDUP(null_value, "User-allocated XFD field null value", fsi::kSource));
+        if (!own_null_value)
+            return -1;
+    }
     XfdField &slot = xfd->x_fdesc[index];
     fsi::release_field_blocks(xfd, index);
     slot = field;

@@ -445,6 +445,28 @@ TEST_F(Model, ArgumentsMayLieInTheXfd) {
     EXPECT_EQ(xfd_text::condition(xfd->x_condition[2]), xfd_text::condition(xfd->x_condition[0]));
 }
 
+// The texts that a field duplicates may lie in the array that moves to make room.
+TEST_F(Model, TextsOfTheMovingFieldArrayAreFollowed) {
+    const XfdPointer xfd = sample::empty();
+    Field first;
+    first.name = "the_first_name";
+    first.subtable = "THE_SUBTABLE";
+    ASSERT_EQ(first.add_to(xfd.get()), 1);
+    bool has_moved = false;
+    for (int i = 2; i <= 200; ++i) {
+        const XfdField *before = xfd->x_fdesc;
+        Field field;
+        field.comment = xfd->x_fdesc[0].fd_name;
+        field.null_value = xfd->x_fdesc[0].fd_subtable;
+        ASSERT_EQ(field.add_to(xfd.get()), i);
+        has_moved |= xfd->x_fdesc != before;
+        const XfdField &added = xfd->x_fdesc[i - 1];
+        EXPECT_STREQ(ZStringGet(added.fd_comment), "the_first_name");
+        EXPECT_STREQ(added.fd_null_value, "THE_SUBTABLE");
+    }
+    EXPECT_TRUE(has_moved);
+}
+
 TEST_F(Model, AFieldReleasesWhatItsSlotOwned) {
     const XfdPointer xfd = sample::full();
     const size_t before = ZMemoryBlocks(nullptr);
