@@ -87,8 +87,8 @@ HOST_API int ZCUndefineVariables(const ZCVariable *table, uint32_t count, int fl
 /* Keeps a byte equal to a variable: now, and after every change before its handler
  * runs, until the variable is withdrawn.  The byte holds the low eight bits of a
  * number, and 1 or 0 for a text that is not or is empty.  A variable may have
- * several.  0 with error 2 for a variable that is not declared and a null byte,
- * with error 14 without memory.  flags is 0. */
+ * several; binding one again changes nothing.  0 with error 2 for a variable that
+ * is not declared and a null byte, with error 14 without memory.  flags is 0. */
 HOST_API int ZCDefineIndicator(const char *name, int flags, unsigned char *byte);
 
 /* Gives a value, which is copied; null clears.  Clearing takes back all that

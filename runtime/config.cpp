@@ -423,6 +423,13 @@ int ZCDefineIndicator(const char *name, int, unsigned char *byte) {
         return refuse(kParameterError,
                       "an indicator for '%.*s' needs a declared variable and a byte", kShownBytes,
                       name == nullptr ? "" : name);
+    // Whoever declares a table again binds its indicators again.
+    for (const Indicator *bound = variable->indicators; bound != nullptr; bound = bound->next) {
+        if (bound->byte == byte) {
+            tell_indicators(*variable);
+            return 1;
+        }
+    }
     auto *indicator =
         static_cast<Indicator *>(Zmalloc(sizeof(Indicator), "configuration indicator", kSource));
     if (indicator == nullptr)

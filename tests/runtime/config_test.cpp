@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/memory.h"
 #include "host/strings.h"
 #include "tests/runtime/host_fixture.h"
 
@@ -409,6 +410,18 @@ TEST_F(Config, IndicatorsFollowTheValue) {
     ZCSetValueString("T_BOOL", "off");
     EXPECT_EQ(first, 77) << "until the variable is undeclared";
     EXPECT_EQ(second, 77);
+}
+
+TEST_F(Config, AnIndicatorBoundAgainTakesNoMoreMemory) {
+    declare();
+    unsigned char byte = 99;
+    ASSERT_EQ(ZCDefineIndicator("T_BOOL", 0, &byte), 1);
+    const size_t blocks = ZMemoryBlocks(nullptr);
+    byte = 77;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(ZCDefineIndicator("T_BOOL", 0, &byte), 1);
+    EXPECT_EQ(byte, 1);
+    EXPECT_EQ(ZMemoryBlocks(nullptr), blocks);
 }
 
 TEST_F(Config, IndicatorsOfOtherTypes) {

@@ -7,6 +7,7 @@
 
 #include "fsi/4gl/kst4gl/load.h"
 #include "host/config.h"
+#include "host/memory.h"
 #include "wbfsi/lifecycle.h"
 
 namespace {
@@ -93,7 +94,9 @@ TEST(Config, CasesAndIllegalDataAreSetByName) {
 TEST(Config, InitialisingAgainChangesNothing) {
     Z4Init();
     ZCSetValueString("4GL_2000_CUTOFF", "50");
+    const size_t blocks = ZMemoryBlocks(nullptr);
     EXPECT_EQ(Z4Init(), 0);
+    EXPECT_EQ(ZMemoryBlocks(nullptr), blocks);
     EXPECT_EQ(ZCGetValueShort("4GL_2000_CUTOFF", 0), 50);
     Z4Exit();
     EXPECT_EQ(ZCGetValueShort("4GL_2000_CUTOFF", 7), 7);
