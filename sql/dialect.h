@@ -43,6 +43,14 @@ class Dialect {
     // Its declaration in a table, empty when the database brings it unasked.
     [[nodiscard]] virtual std::string row_number_declaration() const = 0;
 
+    // A trigger that sets `cleared` to null in a row in which one of `columns`
+    // was changed by an update; all names already quoted.  Empty where triggers
+    // take more than a statement.
+    [[nodiscard]] virtual std::string clearing_trigger(const std::string &name,
+                                                       const std::string &table,
+                                                       std::span<const std::string> columns,
+                                                       const std::string &cleared) const = 0;
+
     // Whether the columns of a primary key may be null; a unique constraint
     // takes its place where they may not.
     [[nodiscard]] virtual bool has_nullable_primary_key() const = 0;

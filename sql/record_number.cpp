@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 
@@ -101,6 +102,7 @@ uint64_t load_word(const unsigned char *bytes, bool is_big) {
 
 Magnitude read_binary(const NumberField &field, const unsigned char *bytes) {
     const size_t size = field.data.a_size;
+    assert(size >= 1 && size <= 8);
     const bool is_big = field.shape.storage == Storage::kBinaryBig;
     uint64_t word = 0;
     switch (size) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The statements that make the table of a layout.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -64,10 +65,40 @@ std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect 
     return indexes;
 }
 
+std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dialect &dialect) {
+    std::vector<std::string> triggers;
+    for (const Key &key : layout.keys) {
+        std::vector<std::string> columns;
+        for (size_t i = 0; i < layout.field_count; i++) {
+            const Column &column = layout.columns[i];
+            const bool is_in_key = std::ranges::any_of(key.segments, [&](const KeySegment &s) {
+                return column.offset < s.offset + s.length &&
+                       s.offset < column.offset + column.data.a_size;
+            });
+            if (is_in_key) {
+                columns.push_back(Dialect::quote(column.name));
+            }
+        }
+        // A key over fillers alone has no column that could change it.
+        std::string sql =
+            columns.empty() ? std::string()
+                            : dialect.clearing_trigger(Dialect::quote(key.index_name + "_changed"),
+                                                       Dialect::quote(layout.table), columns,
+                                                       quoted_names(layout, {key.bytes_column}));
+        if (!sql.empty()) {
+            triggers.push_back(std::move(sql));
+        }
+    }
+    return triggers;
+}
+
 std::string ddl_script(const TableLayout &layout, const Dialect &dialect) {
     std::string text = create_table_sql(layout, dialect) + ";\n";
     for (const IndexSql &index : create_index_sql(layout, dialect)) {
         text += index.sql + ";\n";
+    }
+    for (const std::string &trigger : create_trigger_sql(layout, dialect)) {
+        text += trigger + ";\n";
     }
     return text;
 }

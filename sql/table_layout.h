@@ -113,6 +113,11 @@ struct IndexSql {
 // Everything that follows the table.
 std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &dialect);
 
+// What keeps the key bytes true when somebody changes a key's columns by SQL:
+// they become null, and the reader works them out again.  Comes behind the rows,
+// no semicolons behind the statements; none where the dialect cannot.
+std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dialect &dialect);
+
 // All statements for a person or a script, each closed by ";" and a newline.
 std::string ddl_script(const TableLayout &layout, const Dialect &dialect);
 

@@ -339,6 +339,11 @@ Status Loader::finish(LoadSummary *summary) {
     if (status.ok()) {
         status = create_indexes(false);
     }
+    for (const std::string &trigger : create_trigger_sql(layout_, connection_.dialect())) {
+        if (status.ok()) {
+            status = connection_.execute(trigger);
+        }
+    }
     if (status.ok()) {
         status = connection_.commit();
     }

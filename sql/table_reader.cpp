@@ -3,6 +3,8 @@
 // In the order of a key, rows come from two queries: those whose columns sort
 // as the bytes of the key do, by the columns, and the others by their key
 // bytes.  Each is in order; the lesser of the two heads is the next record.
+// Where key bytes should be and are not, somebody inserted or changed the row by
+// SQL: these are few, and their numbers are sorted in memory.
 #include "sql/table_reader.h"
 
 #include <algorithm>
@@ -23,9 +25,20 @@ bool same_name(std::string_view a, std::string_view b) {
         a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
+struct LooseRow {
+    std::string key;  // compares as memcmp
+    int64_t number = 0;
+
+    friend bool operator<(const LooseRow &a, const LooseRow &b) {
+        return a.key != b.key ? a.key < b.key : a.number < b.number;
+    }
+};
+
 // Rows of one query and the record of the row it stands on.
 struct Stream {
     std::unique_ptr<Statement> query;
+    std::vector<LooseRow> loose;  // when not empty, the query asks for one row by number
+    size_t next_loose = 0;
     std::vector<Value> row;
     std::vector<unsigned char> image;
     size_t length = 0;
@@ -46,7 +59,9 @@ class Reader final : public TableReader {
 
  private:
     Status check_columns();
-    Status open_stream(const std::string &condition, const std::string &order);
+    Status open_stream(const std::string &condition);
+    Status open_loose_stream(const std::string &condition);
+    Status fetch(Stream &stream);
     Status advance(Stream &stream);
     [[nodiscard]] size_t least_stream() const;
 
@@ -71,17 +86,19 @@ Status Reader::start() {
     const std::string number = number_column(layout_, connection_.dialect());
     Status status;
     if (key_ == kRecordOrder) {
-        status = open_stream("", number);
+        status = open_stream(" ORDER BY " + number);
     } else {
         const Key &key = layout_.keys[key_];
         const std::string bytes = quoted_names(layout_, {key.bytes_column});
         if (!key.columns.empty()) {
-            status = open_stream(" WHERE " + bytes + " IS NULL",
+            status = open_stream(" WHERE " + bytes + " IS NULL ORDER BY " +
                                  quoted_names(layout_, key.columns) + ", " + number);
+        } else {
+            status = open_loose_stream(" WHERE " + bytes + " IS NULL");
         }
         if (status.ok()) {
-            status = open_stream(key.columns.empty() ? "" : " WHERE " + bytes + " IS NOT NULL",
-                                 bytes + ", " + number);
+            status =
+                open_stream(" WHERE " + bytes + " IS NOT NULL ORDER BY " + bytes + ", " + number);
         }
     }
     for (Stream &stream : streams_) {
@@ -119,7 +136,7 @@ Status Reader::check_columns() {
     return {};
 }
 
-Status Reader::open_stream(const std::string &condition, const std::string &order) {
+Status Reader::open_stream(const std::string &condition) {
     std::vector<std::string> names = number_and_fields(layout_, connection_.dialect());
     if (has_exact_) {
         names.push_back(Dialect::quote(layout_.columns[layout_.exact_record].name));
@@ -130,20 +147,55 @@ Status Reader::open_stream(const std::string &condition, const std::string &orde
     if (key_ != kRecordOrder) {
         stream.key.resize(codec_.key_length(key_));
     }
-    Status status =
-        connection_.prepare("SELECT " + joined(names) + " FROM " + Dialect::quote(layout_.table) +
-                                condition + " ORDER BY " + order,
-                            &stream.query);
+    Status status = connection_.prepare(
+        "SELECT " + joined(names) + " FROM " + Dialect::quote(layout_.table) + condition,
+        &stream.query);
     streams_.push_back(std::move(stream));
     return status;
 }
 
+// The rows without key bytes, read once for their keys; no stream when there
+// are none.
+Status Reader::open_loose_stream(const std::string &condition) {
+    if (Status status = open_stream(condition); !status.ok()) {
+        return status;
+    }
+    Stream all = std::move(streams_.back());
+    streams_.pop_back();
+    std::vector<LooseRow> loose;
+    Status status;
+    while ((status = advance(all)).ok() && all.has_record) {
+        codec_.key_bytes(key_, {all.image.data(), all.length}, all.key.data());
+        loose.push_back({std::string(all.key.begin(), all.key.end()), all.row[0].as_integer()});
+    }
+    if (!status.ok() || loose.empty()) {
+        return status;
+    }
+    std::ranges::sort(loose, [](const LooseRow &a, const LooseRow &b) { return a < b; });
+    const Dialect &dialect = connection_.dialect();
+    status =
+        open_stream(" WHERE " + number_column(layout_, dialect) + " = " + dialect.parameter(0));
+    streams_.back().loose = std::move(loose);
+    return status;
+}
+
+Status Reader::fetch(Stream &stream) {
+    const size_t columns = layout_.field_count + (has_exact_ ? 2 : 1);
+    if (!stream.loose.empty()) {
+        stream.has_record = stream.next_loose < stream.loose.size();
+        if (!stream.has_record) {
+            return {};
+        }
+        const Value number = Value::integer(stream.loose[stream.next_loose++].number);
+        stream.query->reset();
+        stream.query->bind(0, {&number, 1});
+    }
+    return stream.query->fetch(std::span(stream.row).first(columns), &stream.has_record);
+}
+
 // Moves a stream to its next row and makes the record of it.
 Status Reader::advance(Stream &stream) {
-    const size_t columns = layout_.field_count + (has_exact_ ? 2 : 1);
-    if (Status status =
-            stream.query->fetch(std::span(stream.row).first(columns), &stream.has_record);
-        !status.ok() || !stream.has_record) {
+    if (Status status = fetch(stream); !status.ok() || !stream.has_record) {
         return status;
     }
     const std::span<const Value> row(stream.row);
@@ -156,12 +208,17 @@ Status Reader::advance(Stream &stream) {
     return {};
 }
 
+// Equal keys meet in two streams where one of the rows was changed by SQL; the
+// order of insertion decides then, too.
 size_t Reader::least_stream() const {
+    const auto is_less = [](const Stream &a, const Stream &b) {
+        const int order = std::memcmp(a.key.data(), b.key.data(), a.key.size());
+        return order != 0 ? order < 0 : a.row[0].as_integer() < b.row[0].as_integer();
+    };
     size_t least = SIZE_MAX;
     for (size_t i = 0; i < streams_.size(); i++) {
         if (streams_[i].has_record &&
-            (least == SIZE_MAX || std::memcmp(streams_[i].key.data(), streams_[least].key.data(),
-                                              streams_[i].key.size()) < 0)) {
+            (least == SIZE_MAX || is_less(streams_[i], streams_[least]))) {
             least = i;
         }
     }

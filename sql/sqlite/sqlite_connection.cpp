@@ -10,7 +10,7 @@ namespace sql {
 namespace {
 
 // Kibibytes of cache while many rows come or go; SQLite's own default is 2000.
-constexpr int kBulkCacheKib = 64 * 1024;
+constexpr int kBulkCacheKib = 24 * 1024;
 constexpr int kUsualCacheKib = 2000;
 
 struct CloseDatabase {

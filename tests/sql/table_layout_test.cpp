@@ -232,7 +232,19 @@ TEST(TableLayout, SqlOfAnIndexedFile) {
               "CREATE INDEX \"customers_key_2\" ON \"customers\" (\"name\");\n"
               "CREATE INDEX \"customers_key_2_bytes\" ON \"customers\" (\"key_2_bytes\") "
               "WHERE \"key_2_bytes\" IS NOT NULL;\n"
-              "CREATE UNIQUE INDEX \"customers_key_3\" ON \"customers\" (\"key_3_bytes\");\n");
+              "CREATE UNIQUE INDEX \"customers_key_3\" ON \"customers\" (\"key_3_bytes\");\n"
+              "CREATE TRIGGER \"customers_key_1_changed\" AFTER UPDATE OF \"number\" ON "
+              "\"customers\" WHEN old.\"key_1_bytes\" IS NOT NULL AND (new.\"number\" IS NOT "
+              "old.\"number\") BEGIN UPDATE \"customers\" SET \"key_1_bytes\" = NULL WHERE rowid "
+              "= new.rowid; END;\n"
+              "CREATE TRIGGER \"customers_key_2_changed\" AFTER UPDATE OF \"name\" ON "
+              "\"customers\" WHEN old.\"key_2_bytes\" IS NOT NULL AND (new.\"name\" IS NOT "
+              "old.\"name\") BEGIN UPDATE \"customers\" SET \"key_2_bytes\" = NULL WHERE rowid "
+              "= new.rowid; END;\n"
+              "CREATE TRIGGER \"customers_key_3_changed\" AFTER UPDATE OF \"amount\" ON "
+              "\"customers\" WHEN old.\"key_3_bytes\" IS NOT NULL AND (new.\"amount\" IS NOT "
+              "old.\"amount\") BEGIN UPDATE \"customers\" SET \"key_3_bytes\" = NULL WHERE rowid "
+              "= new.rowid; END;\n");
     EXPECT_EQ(sql::create_table_sql(layout, *sql::find_dialect("postgresql")),
               "CREATE TABLE \"customers\" (\n"
               "    \"number\" bigint,\n"

@@ -238,4 +238,23 @@ TEST_F(TableReader, RowsMadeBySqlAreRecords) {
     EXPECT_EQ(unload(layout), (Records{"0003    ", "0005AAAA", "0007x   "}));
 }
 
+TEST_F(TableReader, KeysChangedBySqlTakeTheirNewPlace) {
+    for (const int8_t scale : {int8_t{0}, int8_t{-1}}) {
+        SCOPED_TRACE(int{scale});
+        SetUp();
+        XfdBuilder builder("t", 8);
+        builder.fields({{"n", 0, 4, 1, 4, scale}, {"b", 4, 4, 16}}).key({true, {{0, 4}}});
+        const sql::TableLayout layout = layout_of(builder);
+        EXPECT_EQ(layout.keys[0].columns.empty(), scale != 0);
+        must_load(layout, {"0010AAAA", "00 0BBBB", "0020CCCC", "0030DDDD"});
+        run("UPDATE t SET n = n + " + std::string(scale == 0 ? "15" : "1.5") + " WHERE b = 'AAAA'");
+        run("UPDATE t SET n = 7 WHERE b = 'BBBB'");
+        run("INSERT INTO t (n, b) VALUES (2, 'EEEE')");
+        const Records expected =
+            scale == 0 ? Records{"0002EEEE", "0007BBBB", "0020CCCC", "0025AAAA", "0030DDDD"}
+                       : Records{"0020CCCC", "0020EEEE", "0025AAAA", "0030DDDD", "0070BBBB"};
+        EXPECT_EQ(unload(layout, 0), expected);
+    }
+}
+
 }  // namespace
