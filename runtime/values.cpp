@@ -69,16 +69,20 @@ size_t count_words(const char *text, size_t n) {
 
 // A quote opens a quoted stretch where a value can begin: at the start of the text,
 // behind a blank and behind a comma.  One right behind a closing quote is the second
-// of a doubled pair.
+// of a doubled pair, and the stretch goes on; any other stands for itself.  The
+// splitter goes by the same rule: it has room for the values counted here.
 size_t count_bare_commas(const char *text, size_t n) {
     size_t commas = 0;
     bool inside = false;
+    bool closed = false;  // the character before closed a stretch
     char before = ' ';
     for (size_t i = 0; i < n; before = text[i++]) {
+        const bool closes = inside && text[i] == '"';
         if (text[i] == '"')
-            inside = !inside && (is_blank(before) || before == ',' || before == '"');
+            inside = !inside && (closed || is_blank(before) || before == ',');
         else
             commas += !inside && text[i] == ',' ? 1 : 0;
+        closed = closes;
     }
     return commas;
 }

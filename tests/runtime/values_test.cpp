@@ -57,6 +57,8 @@ const Row kRows[] = {
     {"a lone quote", "\"", "s0()"},
     {"a quote inside a word is itself", "5\" 6\"", "s5(5\") s6(6\")"},
     {"a quote inside a word hides no comma", "5\",6\"", "s5(5\") s6(6\")"},
+    {"two quotes inside a word hide no comma", "x\"\",1,2", "s0(x\"\") i1(1) i2(2)"},
+    {"a quote behind a stray pair opens nothing", "a,x\"\"\",1", "s0(a) s0(x\"\"\") i1(1)"},
     {"a quoted stretch behind a word", "a \"b,c\", d", "s0(a \"b,c\") s0(d)"},
     {"text behind a quoted value", "\"a\"b, \"c\" d,e", "s0(ab) s0(c d) s0(e)"},
     {"nothing between commas", "1,,3", "i1(1) s0() i3(3)"},
@@ -93,6 +95,16 @@ TEST(Values, SixteenValuesAndMoreSplitAlike) {
                         std::to_string(i * 1000) + ")";
             EXPECT_EQ(split(text), expected) << i + 1 << " values";
         }
+    }
+}
+
+TEST(Values, StrayQuotesLeaveRoomForEveryValue) {
+    std::string text = "a,x\"\"";
+    std::string expected = "s0(a) s0(x\"\")";
+    for (int i = 0; i < 400; ++i) {
+        text += ",7";
+        expected += " i7(7)";
+        EXPECT_EQ(split(text), expected) << i + 3 << " values";
     }
 }
 
