@@ -5,6 +5,7 @@
 #include "tool/session.h"
 #include "tool/show.h"
 #include "tool/words.h"
+#include "wbfsi/accessors.h"
 
 namespace tool {
 
@@ -27,9 +28,9 @@ Json keys_of(const Xfd &xfd) {
         Json columns = Json::array();
         for (uint32_t c = 0; c < key.k_n_fields; c++) {
             const XfdKeyColumn &column = key.k_field[c];
-            columns.push_back(
-                {{"name", to_utf8(column.kc_name)},
-                 {"field", column.kc_field_num < 0 ? Json(nullptr) : Json(column.kc_field_num)}});
+            const uint32_t field = Z4GetXFDKeyColFieldNum(&column);
+            columns.push_back({{"name", to_utf8(column.kc_name)},
+                               {"field", field == kNoField ? Json(nullptr) : Json(field)}});
         }
         keys.push_back({{"duplicates", key.k_duplicates != 0},
                         {"segments", std::move(segments)},
@@ -46,7 +47,8 @@ Json conditions_of(const Xfd &xfd) {
         switch (condition.c_type) {
             case XFD_COND_AND:
             case XFD_COND_OR:
-                json["operands"] = {condition.c_num1, condition.c_num2};
+                json["operands"] = {Z4GetXFDConditionNum1(&condition),
+                                    Z4GetXFDConditionNum2(&condition)};
                 break;
             case XFD_COND_OTHER:
                 json["field"] = to_utf8(condition.c_variable);

@@ -7,6 +7,7 @@
 #include "tool/session.h"
 #include "tool/show.h"
 #include "tool/words.h"
+#include "wbfsi/accessors.h"
 
 namespace tool {
 
@@ -80,8 +81,9 @@ void print_keys(std::ostream &out, const Xfd &xfd) {
         const XfdKey &key = xfd.x_key_desc[i];
         std::string fields;
         for (uint32_t c = 0; c < key.k_n_fields; c++) {
-            fields += (c == 0 ? "" : ", ") + printable(key.k_field[c].kc_name) +
-                      (key.k_field[c].kc_field_num < 0 ? " (no such field)" : "");
+            fields +=
+                (c == 0 ? "" : ", ") + printable(key.k_field[c].kc_name) +
+                (Z4GetXFDKeyColFieldNum(&key.k_field[c]) == kNoField ? " (no such field)" : "");
         }
         columns.add({std::to_string(i), key.k_duplicates != 0 ? "may repeat" : "unique",
                      segments_in_words(key), fields});

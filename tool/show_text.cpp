@@ -16,6 +16,7 @@
 #include "tool/session.h"
 #include "tool/show.h"
 #include "tool/words.h"
+#include "wbfsi/accessors.h"
 
 namespace tool {
 
@@ -229,11 +230,8 @@ void TextWriter::write_condition(uint32_t index) {
     switch (condition.c_type) {
         case XFD_COND_AND:
         case XFD_COND_OR:
-            if (condition.c_num1 < 0 || condition.c_num2 < 0) {
-                refuse(what, "its operands are negative");
-            }
-            values.push_back(std::to_string(condition.c_num1));
-            values.push_back(std::to_string(condition.c_num2));
+            values.push_back(std::to_string(Z4GetXFDConditionNum1(&condition)));
+            values.push_back(std::to_string(Z4GetXFDConditionNum2(&condition)));
             break;
         case XFD_COND_OTHER:
             values.push_back(quoted(what, condition.c_variable));

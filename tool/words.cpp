@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "host/names.h"
+#include "wbfsi/accessors.h"
 
 namespace tool {
 
@@ -183,8 +184,8 @@ std::string condition_in_words(const Xfd &xfd, const XfdCondition &condition) {
     switch (condition.c_type) {
         case XFD_COND_AND:
         case XFD_COND_OR:
-            return std::to_string(condition.c_num1) + " " + op + " " +
-                   std::to_string(condition.c_num2);
+            return std::to_string(Z4GetXFDConditionNum1(&condition)) + " " + op + " " +
+                   std::to_string(Z4GetXFDConditionNum2(&condition));
         case XFD_COND_OTHER:
             return std::string(condition.c_variable) + " is any other value";
         case 0:

@@ -11,6 +11,9 @@
 
 namespace tool {
 
+// The field number of a key column that names no field.
+constexpr uint32_t kNoField = 65535;
+
 // "packed, signed"; "plain bytes (code 77)" for a code without a meaning.
 std::string type_in_words(uint32_t type);
 bool is_numeric_type(uint32_t type);

@@ -68,7 +68,7 @@ const Row kDictionaries[] = {
      head(6,
           "0,18,46,44,0\n9\n"
           "1,1,KIND,A,T-ONE\n2,4,AMOUNT,1.5\n3,5,AMOUNT,-0000.50\n4,6,AMOUNT,99999999\n"
-          "5,7,BIG,1200\n6,8,NOWHERE,07\n7,3,KIND,T-OTHER\n8,2,1,2\n9,9,300,0,T-OR\n"
+          "5,7,BIG,1200\n6,8,NOWHERE,07\n7,3,KIND,T-OTHER\n8,2,1,2\n9,9,40000,0,T-OR\n"
           "4,4,4,4\n0,1,16,0,0,0,0,1,KIND\n1,3,9,5,-2,0,1,1,AMOUNT\n4,2,1,2,2,0,9,1,BIG\n"
           "6,2,16,0,0,16,0,1,REST\n")},
     {"values that stay as they are written",
