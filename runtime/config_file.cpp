@@ -16,7 +16,7 @@ namespace {
 
 struct Setting {
     char name[kMaxNameBytes + 1];
-    const char *value;
+    const char *value = "";
 };
 
 // One NAME VALUE or NAME=VALUE line.

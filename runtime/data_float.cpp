@@ -9,6 +9,7 @@
 // Sources: Burger and Dybvig, "Printing Floating-Point Numbers Quickly and
 // Accurately", PLDI 1996 (free-format algorithm); Clinger, "How to Read Floating
 // Point Numbers Accurately", PLDI 1990 (the exact path).
+#include <cassert>
 #include <cfloat>
 
 #include "runtime/storage.h"
@@ -268,7 +269,9 @@ bool print_short(Real number, double most, int max_decimals, Decimal &value) {
         if (!(scaled < most)) {
             return false;
         }
-        const auto whole = static_cast<int64_t>(scaled + 0.5);
+        // Never negative, and a wrong last digit does not read back.
+        const auto whole =
+            static_cast<int64_t>(scaled + 0.5);  // NOLINT(bugprone-incorrect-roundings)
         const double back = static_cast<double>(whole) / kTens[decimals];
         if (static_cast<Real>(back) == number) {
             char *digits = value.start(16, -decimals);
@@ -322,6 +325,7 @@ uint64_t nearest(const Decimal &value, const char *digits, uint32_t count, const
     const int dropped = lowest - exponent;
     uint64_t mantissa = 0;
     if (dropped <= 0) {
+        assert(dropped > -64);
         mantissa = number.word_at(0) << -dropped;
     } else {
         mantissa = number.word_at(dropped);
