@@ -82,7 +82,7 @@ typedef struct XfdCondition {
     char c_variable[31]; /* comparisons and "other": field tested, at most 30 characters */
     char c_value[51];    /* comparisons: what it is compared with, at most 50 bytes */
     char c_table[129];   /* table that goes with the condition, or empty */
-    int16_t c_num1;      /* "and", "or": numbers of the operands; else -1 */
+    int16_t c_num1;      /* "and", "or": numbers of the operands, all 16 bits; else -1 */
     int16_t c_num2;
     int16_t c_field_num; /* index of the field tested */
     uint32_t c_flags;    /* XFD_CONDITION_... */

@@ -163,8 +163,11 @@ void load_field_condition(XfdCondition &condition, TextLines &line) {
 }
 
 void load_joined_condition(XfdCondition &condition, TextLines &line) {
-    condition.c_num1 = line.number<int16_t>(2, "first operand of a condition");
-    condition.c_num2 = line.number<int16_t>(3, "second operand of a condition");
+    // As the number of any condition, up to 65535: all 16 bits count.
+    condition.c_num1 =
+        static_cast<int16_t>(line.number<uint16_t>(2, "first operand of a condition"));
+    condition.c_num2 =
+        static_cast<int16_t>(line.number<uint16_t>(3, "second operand of a condition"));
     copy_text(condition.c_table, line.text(4));
 }
 

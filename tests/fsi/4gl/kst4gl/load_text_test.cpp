@@ -11,6 +11,7 @@
 #include "host/messages.h"
 #include "tests/support/dictionary_file.h"
 #include "tests/support/print_xfd.h"
+#include "wbfsi/accessors.h"
 
 namespace {
 
@@ -258,6 +259,16 @@ TEST_F(LoadText, ConditionsTakeTheSlotOfTheirNumber) {
               "condition 8: type 4 'kind_1' 'B' field 0\n"
               "condition 9: type 3 'kind_1' '' field 0 table 'T3'\n"
               "condition 10: type 1 'kind_1' 'A B' field 0 table 'T1'\n");
+}
+
+TEST_F(LoadText, OperandsHaveAllSixteenBits) {
+    const OwnedXfd xfd = load(join({"XFD,8,CLIENT,CLIENT,12", "9,9,0", "0,18,46,44,0", "2",
+                                    "1,2,40000,32768", "2,9,32767,65535", "0"}));
+    ASSERT_NE(xfd, nullptr) << file_error();
+    EXPECT_EQ(Z4GetXFDConditionNum1(&xfd->x_condition[0]), 40000);
+    EXPECT_EQ(Z4GetXFDConditionNum2(&xfd->x_condition[0]), 32768);
+    EXPECT_EQ(Z4GetXFDConditionNum1(&xfd->x_condition[1]), 32767);
+    EXPECT_EQ(Z4GetXFDConditionNum2(&xfd->x_condition[1]), 65535);
 }
 
 TEST_F(LoadText, KeyColumnsAreTraced) {
@@ -558,12 +569,12 @@ const Malformed kMalformed[] = {
      "the type of a condition must be a number from 0 to 2147483647, not '-1'"},
     {"FirstOperandMissing", 9, "2,2", "the first operand of a condition is missing"},
     {"FirstOperandNegative", 9, "2,2,-1,1",
-     "the first operand of a condition must be a number from 0 to 32767, not '-1'"},
+     "the first operand of a condition must be a number from 0 to 65535, not '-1'"},
     {"SecondOperandMissing", 9, "2,9,1", "the second operand of a condition is missing"},
     {"SecondOperandNegative", 9, "2,9,1,-1",
-     "the second operand of a condition must be a number from 0 to 32767, not '-1'"},
-    {"SecondOperandTooLarge", 9, "2,9,1,32768",
-     "the second operand of a condition must be a number from 0 to 32767, not '32768'"},
+     "the second operand of a condition must be a number from 0 to 65535, not '-1'"},
+    {"SecondOperandTooLarge", 9, "2,9,1,65536",
+     "the second operand of a condition must be a number from 0 to 65535, not '65536'"},
     {"FieldCountText", 10, "three",
      "the number of fields must be a number from 0 to 2147483647, not 'three'"},
     {"FieldCountNegative", 10, "-3",
