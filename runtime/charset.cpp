@@ -25,7 +25,7 @@ constexpr int kLatin1 = 7;
 // Counts every byte of a result and keeps those that fit.  Once a character
 // did not fit nothing behind it is kept.
 class Output {
-   public:
+ public:
     Output(char *buffer, int32_t size)
         : buffer_(buffer), room_(buffer == nullptr || size < 0 ? 0 : static_cast<size_t>(size)) {}
 
@@ -57,7 +57,7 @@ class Output {
         return needed_ > INT32_MAX ? INT32_MAX : static_cast<int32_t>(needed_);
     }
 
-   private:
+ private:
     char *buffer_;
     size_t room_;
     size_t kept_ = 0;
@@ -117,7 +117,7 @@ struct Encoding {
 
 // The first name of a type is its own, others are read only.
 constexpr Encoding kEncodings[] = {
-    {kUtf8, "UTF-8"},      {kUtf16Le, "UTF-16LE"},  {kUtf16Le, "UTF-16"},
+    {kUtf8, "UTF-8"},       {kUtf16Le, "UTF-16LE"},  {kUtf16Le, "UTF-16"},
     {kUtf16Be, "UTF-16BE"}, {kLatin1, "ISO-8859-1"},
 };
 

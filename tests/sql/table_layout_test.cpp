@@ -70,7 +70,7 @@ TEST(TableLayout, DictionariesThatCannotBecomeATableAreRefusedWithTheReason) {
         {"field \"b\" belongs to the sub-table \"LINES\"",
          [](XfdBuilder &b) {
              b.field({"b", 4, 1, 16});
-             std::strcpy(b.last_field().fd_subtable, "LINES");
+             std::strncpy(b.last_field().fd_subtable, "LINES", sizeof(XfdField::fd_subtable));
          }},
         {"field \"b\" is 5 bytes at offset 6, outside the record of 10 bytes",
          [](XfdBuilder &b) {
