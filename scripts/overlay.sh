@@ -16,7 +16,7 @@ top=$(cd "$(dirname "$0")/.." && pwd)
 . "$top/scripts/say.sh"
 overlay=${1:-$top/build/overlay-i386}
 
-packages="libexpat1 libexpat1-dev libsqlite3-0 libsqlite3-dev zlib1g libgtest-dev
+packages="libexpat1 libexpat1-dev libsqlite3-0 libsqlite3-dev sqlite3 libreadline8 zlib1g libgtest-dev
 libbenchmark-dev libbenchmark1debian gnucobol3 libcob4 libcob4-dev libdb5.3 libgmp10
 libgmp-dev libncursesw6 libtinfo6 libxml2 libicu72 liblzma5"
 

@@ -506,7 +506,7 @@ void write_csv(const std::string &path, const std::vector<unsigned char> &record
 void shell_import(const std::string &file, const std::string &csv, sql::TableLayout layout) {
     std::filesystem::remove(file);
     layout.columns.resize(layout.field_count);
-    FILE *shell = popen(("sqlite3 '" + file + "' > /dev/null 2>&1").c_str(), "w");
+    FILE *shell = popen((WBFSI_SQLITE_SHELL " '" + file + "' > /dev/null 2>&1").c_str(), "w");
     require(shell != nullptr, "no sqlite3 shell");
     const std::string script = "PRAGMA cache_size = -24576;\nBEGIN;\n" +
                                sql::create_table_sql(layout, *sql::find_dialect("sqlite")) +
