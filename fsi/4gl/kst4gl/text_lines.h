@@ -42,10 +42,10 @@ class TextLines {
     T number(uint32_t i, const char *what, int32_t most = kMost<T>, int32_t least = 0) {
         return static_cast<T>(checked(i, what, least, most));
     }
-    // The same, and 0 when the line ends before it.
+    // The same, and 0 when the line ends before it or holds nothing there.
     template <typename T>
     T number_if_present(uint32_t i, const char *what, int32_t most = kMost<T>) {
-        return i < count() ? number<T>(i, what, most) : T{0};
+        return text(i)[0] != '\0' ? number<T>(i, what, most) : T{0};
     }
     // kDone until a value of the current line was refused.
     LoadStatus status() const { return status_; }

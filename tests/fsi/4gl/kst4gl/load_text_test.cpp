@@ -310,6 +310,9 @@ TEST_F(LoadText, FieldCountsThatAreAbsentReadAsZero) {
         {"2,0", "counts keys 0 conditions 0 fields 2 2 listed 0 0 slots 2\n"},
         {"1,2,5", "counts keys 0 conditions 0 fields 1 2 listed 5 0 slots 2\n"},
         {"1,2,5,6", "counts keys 0 conditions 0 fields 1 2 listed 5 6 slots 2\n"},
+        {"2,,5,6", "counts keys 0 conditions 0 fields 2 2 listed 5 6 slots 2\n"},
+        {"1,2,,6", "counts keys 0 conditions 0 fields 1 2 listed 0 6 slots 2\n"},
+        {"1,2,5,\"\"", "counts keys 0 conditions 0 fields 1 2 listed 5 0 slots 2\n"},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.counts);
