@@ -115,6 +115,38 @@ TEST_F(Handles, AFreedNumberDoesNotComeBackSoon) {
     }
 }
 
+TEST_F(Handles, ASmallNumberIsNeverAHandle) {
+    const int type = declare();
+    // Through all generations of a slot.
+    for (int i = 0; i < 512 * 300; ++i) {
+        const ZHandle handle = HBUILDV(type, kTag, kSource);
+        ASSERT_GE(handle, 1U << 24) << i;
+        ASSERT_EQ(H_FREE(handle), 1);
+    }
+}
+
+TEST_F(Handles, ATableThatGrowsWhileADestroyRoutineRunsKeepsItsHandles) {
+    const int other = declare();
+    static int type_to_build;
+    static std::vector<ZHandle> built;
+    type_to_build = other;
+    built.clear();
+    const int type = declare(2, [](ZHandle handle, void *record) {
+        for (int i = 0; i < 5000; ++i) {
+            built.push_back(HBUILDV(type_to_build, kTag, kSource));
+        }
+        EXPECT_EQ(H_lock(handle), record);
+    });
+    const ZHandle handle = HBUILDV(type, kTag, kSource);
+    EXPECT_EQ(H_FREE(handle), 1);
+    EXPECT_EQ(H_lock(handle), nullptr);
+    EXPECT_EQ(H_next(0, type), 0U);
+    for (const ZHandle each : built) {
+        ASSERT_EQ(H_type(each), other);
+        ASSERT_EQ(H_FREE(each), 1);
+    }
+}
+
 TEST_F(Handles, StaleNumbersOfABigTableThatShrankAreRecognised) {
     const int type = declare();
     std::set<ZHandle> seen;
