@@ -43,7 +43,7 @@ int32_t ZDTRToJulian(const DateTimeValue *value) {
 int32_t ZGetDays(int month, int day) {
     if (month < 1 || month > 12)
         return 0;
-    return kDaysBefore[month - 1] + static_cast<int8_t>(day);
+    return static_cast<int32_t>(kDaysBefore[month - 1] + int64_t{day});
 }
 
 void ZGetMonthAndDay(DateTimeValue *value, int day_of_year) {

@@ -362,6 +362,9 @@ void ZStringClear(ZString string) {
 }
 
 void ZStringRemoveRight(ZString string, size_t n) {
+    if (n == 0) {
+        return;  // also to a string that is one empty piece
+    }
     if (n >= ZStringGetLength(string)) {
         ZStringClear(string);
         return;

@@ -244,7 +244,7 @@ int ZTrace(int level_change, int category, const char *format, ...) {
         errno = cause;
     }
     if (level_change > 0)
-        trace_level = std::min(trace_level + level_change, INT16_MAX + 0);
+        trace_level += std::min(level_change, INT16_MAX - trace_level);
     return f_trace;
 }
 

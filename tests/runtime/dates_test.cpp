@@ -126,6 +126,8 @@ TEST(DayOfYear, OutsideTheYearThereIsNone) {
     for (int month : {0, -1, 13, INT32_MIN, INT32_MAX})
         EXPECT_EQ(ZGetDays(month, 1), 0) << month;
     EXPECT_EQ(ZGetDays(2, 29), 60);
+    EXPECT_EQ(ZGetDays(3, 200), 259);
+    EXPECT_EQ(ZGetDays(1, -200), -200);
 }
 
 TEST(DayBefore, EveryDayOfSomeYears) {

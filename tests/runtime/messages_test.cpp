@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <regex>
 #include <string>
@@ -59,11 +60,19 @@ TEST_F(Trace, LinesAreIndentedByTheLevel) {
         {-1, "leave", "[5] ||leave"},
         {-1, "leave once more", "[5] ||leave once more"},
         {0, "after", "[5] ||after"},
+        {INT_MIN, "far out", "[5] ||far out"},
+        {INT_MAX, "very deep", "[5] ||very deep"},
+        {INT_MAX, "deeper", nullptr},
+        {-INT_MAX, "back", "[5] ||back"},
     };
     for (const Row &row : rows) {
         Captured trace(1);
         ZTrace(row.change, 5, "%s", row.text);
-        EXPECT_EQ(parts(trace.text), row.line);
+        if (row.line == nullptr) {
+            EXPECT_EQ(parts(trace.text), "[5] |" + std::string(128, ' ') + "|" + row.text);
+        } else {
+            EXPECT_EQ(parts(trace.text), row.line);
+        }
     }
 }
 

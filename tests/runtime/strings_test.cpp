@@ -207,6 +207,7 @@ TEST_F(Strings, PiecesFollowTheAppends) {
         {"removing all", {"sab", "scd", "r5"}, ""},
         {"removing more than all", {"sab", "scd", "r99"}, ""},
         {"removing nothing", {"sab", "scd", "r0"}, "ab\\ncd [ab] [cd]"},
+        {"removing nothing from an empty piece", {"s", "r0"}, " []"},
         {"adding after removing", {"sab", "scd", "sef", "r4", "sgh"}, "ab\\nc\\ngh [ab] [c] [gh]"},
         {"adding after removing all", {"sab", "r9", "scd"}, "cd [cd]"},
         {"many",
