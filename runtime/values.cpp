@@ -109,19 +109,21 @@ int32_t leading_number(const char *text, const char **end, bool *fits) {
     const bool negative = *p == '-';
     if (*p == '-' || *p == '+')
         ++p;
-    const int64_t limit = negative ? int64_t{INT32_MAX} + 1 : INT32_MAX;
-    int64_t number = 0;
+    const uint32_t limit = uint32_t{INT32_MAX} + (negative ? 1 : 0);
+    uint32_t number = 0;
     *fits = true;
     const char *digits = p;
     for (; is_digit(*p); ++p) {
-        number = number * 10 + (*p - '0');
-        if (number > limit) {
+        const auto digit = static_cast<uint32_t>(*p - '0');
+        if (number > INT32_MAX / 10 || number * 10 + digit > limit) {
             number = limit;
             *fits = false;
+        } else {
+            number = number * 10 + digit;
         }
     }
     *end = p == digits ? text : p;
-    return static_cast<int32_t>(negative ? -number : number);
+    return static_cast<int32_t>(negative ? 0 - number : number);
 }
 
 void add(Line *line, const char *start, bool quoted) {
