@@ -82,7 +82,7 @@ char *concat_path(char *dest, const char *directory, const char *name) {
     size_t n = strlen(directory);
     size_t name_length = strlen(name);
     // The name brings the zero byte.
-    memmove(dest, directory, n);  // NOLINT(bugprone-not-null-terminated-result)
+    memmove(dest, directory, n);
     if (n > 0 && dest[n - 1] != '/')
         dest[n++] = '/';
     memcpy(dest + n, name, name_length + 1);

@@ -73,9 +73,7 @@ int report_parse_error(const CLI::App &app, const CLI::ParseError &error) {
     return tool::kFatal;
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int run_command_line(int argc, char **argv) {
     CLI::App app("COBOL files in SQL databases: dictionaries, tables, records.", "wbfsi");
     app.set_version_flag("--version", tool::version_line());
     app.require_subcommand(1);
@@ -113,4 +111,17 @@ int main(int argc, char **argv) {
         }
     }
     return tool::kFatal;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // What a command throws is reported beside its name; this is for a table of
+    // commands that cannot even be set up.
+    try {
+        return run_command_line(argc, argv);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "wbfsi: %s\n", error.what());
+        return tool::kFatal;
+    }
 }

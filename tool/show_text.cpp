@@ -216,7 +216,7 @@ void TextWriter::write_conditions() {
 std::string TextWriter::original_value(uint32_t index) const {
     const XfdCondition &declared = xfd_.x_condition[index];
     const XfdCondition &expanded = expanded_.x_condition[index];
-    const std::string value = condition_value(xfd_, declared);
+    std::string value = condition_value(xfd_, declared);
     if (strcmp(declared.c_value, expanded.c_value) == 0 || value == declared.c_value) {
         return value;
     }

@@ -154,7 +154,7 @@ const char *condition_operator(int type) {
 }
 
 std::string condition_value(const Xfd &xfd, const XfdCondition &condition) {
-    const std::string value = condition.c_value;
+    std::string value = condition.c_value;
     const XfdField *field = tested_field(xfd, condition);
     if (field == nullptr || !is_numeric_type(field->fd_argument.a_type) ||
         !is_stored_number(value, field->fd_argument.a_digits)) {

@@ -72,7 +72,7 @@ int Z4make_sql_name(char *dest, const char *base, const char *suffix, int max_le
         base_length = limit - suffix_length;
     }
     // The suffix brings the zero byte.
-    std::memmove(dest, base, base_length);  // NOLINT(bugprone-not-null-terminated-result)
+    std::memmove(dest, base, base_length);
     std::memcpy(dest + base_length, suffix, suffix_length + 1);
     return 1;
 }
