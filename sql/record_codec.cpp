@@ -117,7 +117,6 @@ struct RecordPlan {
     std::vector<unsigned char> blank_image;  // what a row of nulls encodes to
     uint32_t max_record;
     uint32_t min_record;
-    bool is_line_sequential;
     XfdCvtInfo settings;
     CodePage code_page;
     size_t text_capacity = 0;
@@ -135,8 +134,7 @@ struct RecordPlan {
     [[nodiscard]] Status does_not_fit(const FieldPlan &field, const Value &value) const;
     DecodedRecord decode_full(const unsigned char *record, std::span<Value> values,
                               char *texts) const;
-    [[nodiscard]] size_t encoded_length(std::span<const Value> values,
-                                        const unsigned char *image_in) const;
+    [[nodiscard]] size_t encoded_length(std::span<const Value> values) const;
 
  private:
     void add_field(const TableLayout &layout, size_t column);
@@ -147,7 +145,6 @@ RecordPlan::RecordPlan(const TableLayout &layout)
     : keys(layout.keys),
       max_record(layout.max_record),
       min_record(layout.min_record),
-      is_line_sequential(layout.file_type == XFD_LINE_SEQUENTIAL),
       settings(layout.settings),
       code_page(layout.code_page) {
     for (size_t i = 0; i < layout.field_count; i++) {
@@ -346,19 +343,10 @@ Status RecordPlan::does_not_fit(const FieldPlan &field, const Value &value) cons
                                        ", which does not fit its field (" + room + ")"};
 }
 
-// A record whose last fields are null ends behind the last one that is not; one
-// of a line ends in front of its last blanks.
-size_t RecordPlan::encoded_length(std::span<const Value> values,
-                                  const unsigned char *image_in) const {
-    size_t length = max_record;
-    if (is_line_sequential) {
-        while (length > 0 && image_in[length - 1] == code_page.blank()) {
-            length--;
-        }
-        return length;
-    }
+// A record whose last fields are null ends behind the last one that is not.
+size_t RecordPlan::encoded_length(std::span<const Value> values) const {
     if (min_record == max_record) {
-        return length;
+        return max_record;
     }
     size_t end = min_record;
     bool has_nulls = false;
@@ -369,7 +357,7 @@ size_t RecordPlan::encoded_length(std::span<const Value> values,
             end = std::max<size_t>(end, fields[i].offset + fields[i].size);
         }
     }
-    return has_nulls ? end : length;
+    return has_nulls ? end : max_record;
 }
 
 RecordCodec::RecordCodec(const TableLayout &layout) : plan_(std::make_unique<RecordPlan>(layout)) {}
@@ -394,12 +382,10 @@ DecodedRecord RecordCodec::decode(Bytes record, std::span<Value> values,
     std::copy(record.begin(), record.end(), padded);
     std::fill(padded + size, padded + plan.max_record, plan.code_page.blank());
     DecodedRecord result = plan.decode_full(padded, values, texts.data());
-    if (!plan.is_line_sequential) {
-        for (size_t i = 0; i < plan.fields.size(); i++) {
-            if (plan.fields[i].offset >= size) {
-                values[i] = Value();
-                result.irregular_keys |= plan.fields[i].keys;
-            }
+    for (size_t i = 0; i < plan.fields.size(); i++) {
+        if (plan.fields[i].offset >= size) {
+            values[i] = Value();
+            result.irregular_keys |= plan.fields[i].keys;
         }
     }
     size_t length = 0;
@@ -420,7 +406,7 @@ Status RecordCodec::encode(std::span<const Value> values, std::span<unsigned cha
             return plan.does_not_fit(plan.fields[i], values[i]);
         }
     }
-    *length = plan.encoded_length(values, image.data());
+    *length = plan.encoded_length(values);
     return {};
 }
 
@@ -436,13 +422,11 @@ Status RecordCodec::encode_over(Bytes exact, std::span<const Value> values,
     std::fill(image.begin() + static_cast<ptrdiff_t>(exact.size()), image.end(),
               plan.code_page.blank());
     size_t end = exact.size();
-    bool is_changed = false;
     for (size_t i = 0; i < plan.fields.size(); i++) {
         const FieldPlan &field = plan.fields[i];
         if (values[i] == plan.kept_values[i]) [[likely]] {
             continue;
         }
-        is_changed = true;
         end = std::max<size_t>(end, field.offset + field.size);
         if (values[i].is_null()) {
             std::copy_n(plan.blank_image.begin() + field.offset, field.size,
@@ -450,9 +434,6 @@ Status RecordCodec::encode_over(Bytes exact, std::span<const Value> values,
         } else if (!plan.encode_field(field, values[i], image.data())) {
             return plan.does_not_fit(field, values[i]);
         }
-    }
-    if (is_changed && plan.is_line_sequential) {
-        end = plan.encoded_length(values, image.data());
     }
     *length = end;
     return {};

@@ -424,7 +424,7 @@ TEST(RecordCodec, RecordsOfOtherLengthsComeBackWithTheirLength) {
         {XFD_SEQUENTIAL, "AA", false},
         {XFD_SEQUENTIAL, "", false},
         {XFD_LINE_SEQUENTIAL, "AAAA12345678", true},
-        {XFD_LINE_SEQUENTIAL, "AAAA", false},
+        {XFD_LINE_SEQUENTIAL, "AAAA", true},
         {XFD_LINE_SEQUENTIAL, "", false},
     };
     for (const Row &row : rows) {
@@ -446,16 +446,21 @@ TEST(RecordCodec, RecordsOfOtherLengthsComeBackWithTheirLength) {
     }
 }
 
-TEST(RecordCodec, LinesOfTextLoseTheBlanksThatTheyDidNotHave) {
+TEST(RecordCodec, RecordsOfLinesKeepTheBlanksAtTheirEnd) {
     XfdBuilder builder("t", 12, XFD_LINE_SEQUENTIAL);
     builder.fields({{"a", 0, 4, 16}, {"b", 4, 8, 16}}).min_record(0);
     const sql::RecordCodec codec(layout_of(builder));
     std::vector<sql::Value> values(codec.value_count());
     std::vector<char> texts(codec.text_capacity());
-    EXPECT_TRUE(codec.decode(as_bytes("AAAAx"), values, texts).is_exact);
-    EXPECT_EQ(shown(values[1]), "'x'");
-    EXPECT_FALSE(codec.decode(as_bytes("AAAAx  "), values, texts).is_exact);
-    EXPECT_TRUE(codec.decode(as_bytes(""), values, texts).is_exact);
+    std::vector<unsigned char> image(12);
+    for (const std::string record : {"AAAAx       ", "            ", "AAAAx", "AAAAx  ", ""}) {
+        SCOPED_TRACE(record);
+        size_t length = 0;
+        const bool is_exact = codec.decode(as_bytes(record), values, texts).is_exact;
+        const sql::Value exact = is_exact ? sql::Value() : sql::Value::blob(as_bytes(record));
+        ASSERT_TRUE(codec.restore(values, exact, image, &length).ok());
+        EXPECT_EQ(as_string({image.data(), length}), record);
+    }
 }
 
 TEST(RecordCodec, CodePagesOfOneAndOfMoreBytes) {
