@@ -13,6 +13,7 @@
 namespace sql {
 
 struct Column;
+struct TableLayout;
 
 class Dialect {
  public:
@@ -37,19 +38,21 @@ class Dialect {
                                      size_t rows) const;
 
     // The column that numbers the rows in the order of insertion where the
-    // table has no record number of its own, quoted.
-    [[nodiscard]] virtual std::string row_number() const = 0;
+    // table has no record number of its own, quoted; a name that no column of
+    // the layout has.
+    [[nodiscard]] virtual std::string row_number(const TableLayout &layout) const = 0;
 
     // Its declaration in a table, empty when the database brings it unasked.
-    [[nodiscard]] virtual std::string row_number_declaration() const = 0;
+    [[nodiscard]] virtual std::string row_number_declaration(const TableLayout &layout) const = 0;
 
     // A trigger that sets `cleared` to null in a row in which one of `columns`
-    // was changed by an update; all names already quoted.  Empty where triggers
-    // take more than a statement.
+    // was changed by an update; `number` is the column that tells rows apart, all
+    // names already quoted.  Empty where triggers take more than a statement.
     [[nodiscard]] virtual std::string clearing_trigger(const std::string &name,
                                                        const std::string &table,
                                                        std::span<const std::string> columns,
-                                                       const std::string &cleared) const = 0;
+                                                       const std::string &cleared,
+                                                       const std::string &number) const = 0;
 
     // Whether the columns of a primary key may be null; a unique constraint
     // takes its place where they may not.

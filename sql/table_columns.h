@@ -16,7 +16,7 @@ namespace sql {
 // Quoted name of the column that numbers the rows in the order of insertion.
 inline std::string number_column(const TableLayout &layout, const Dialect &dialect) {
     return layout.record_number == TableLayout::kNone
-               ? dialect.row_number()
+               ? dialect.row_number(layout)
                : Dialect::quote(layout.columns[layout.record_number].name);
 }
 

@@ -31,8 +31,9 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) 
         const char *suffix = column.role == ColumnRole::kRecordNumber ? " PRIMARY KEY" : "";
         line(Dialect::quote(column.name) + " " + dialect.type_of(column) + suffix);
     }
-    if (layout.record_number == TableLayout::kNone && !dialect.row_number_declaration().empty()) {
-        line(dialect.row_number_declaration());
+    const std::string row_number = dialect.row_number_declaration(layout);
+    if (layout.record_number == TableLayout::kNone && !row_number.empty()) {
+        line(row_number);
     }
     if (has_primary_key(layout)) {
         line((dialect.has_nullable_primary_key() ? "PRIMARY KEY (" : "UNIQUE (") +
@@ -84,7 +85,8 @@ std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dia
             columns.empty() ? std::string()
                             : dialect.clearing_trigger(Dialect::quote(key.index_name + "_changed"),
                                                        Dialect::quote(layout.table), columns,
-                                                       quoted_names(layout, {key.bytes_column}));
+                                                       quoted_names(layout, {key.bytes_column}),
+                                                       number_column(layout, dialect));
         if (!sql.empty()) {
             triggers.push_back(std::move(sql));
         }

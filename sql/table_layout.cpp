@@ -315,6 +315,12 @@ Status LayoutMaker::add_other_columns() {
         layout_.exact_record = layout_.columns.size();
         layout_.columns.push_back(std::move(column));
     }
+    if (layout_.record_number == TableLayout::kNone && layout_.has_column("rowid") &&
+        layout_.has_column("_rowid_") && layout_.has_column("oid")) {
+        return bad_dictionary(
+            "its fields take the names \"rowid\", \"_rowid_\" and \"oid\", by which a row is "
+            "found; give one of them another name");
+    }
     if (layout_.columns.size() > kMaxColumns) {
         return bad_dictionary("its table would have " + std::to_string(layout_.columns.size()) +
                               " columns; " + std::to_string(kMaxColumns) + " are possible");
@@ -323,6 +329,11 @@ Status LayoutMaker::add_other_columns() {
 }
 
 }  // namespace
+
+bool TableLayout::has_column(std::string_view name) const {
+    return std::ranges::any_of(
+        columns, [&](const Column &column) { return folded(column.name) == folded(name); });
+}
 
 Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out) {
     return LayoutMaker(xfd, options).make(out);

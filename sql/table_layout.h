@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/data.h"
@@ -83,6 +84,9 @@ struct TableLayout {
     std::vector<Key> keys;         // keys[0] is the primary one
     size_t record_number = kNone;  // column, for relative and sequential files
     size_t exact_record = kNone;   // column, unless left out
+
+    // Whether a column has that name, without case as the databases compare.
+    [[nodiscard]] bool has_column(std::string_view name) const;
 };
 
 struct LayoutOptions {
@@ -94,8 +98,8 @@ struct LayoutOptions {
 // kBadDictionary, with the reason and the field's name, *out untouched: no
 // table or select name; a dictionary cut short (a slot without a name among
 // the first x_n_total_fields); a field of a sub-table; two columns of one name
-// (compared without case); a field or key segment outside the record; no
-// field; more columns than a database takes (2000).
+// (compared without case); columns that take all names of SQLite's row number;
+// a field or key segment outside the record; no field; more columns than a database takes (2000).
 Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out);
 
 // The table alone, with its primary key; no semicolon behind it.

@@ -52,7 +52,13 @@ class Reader final : public TableReader {
     Reader(Connection &connection, const TableLayout &layout, size_t key)
         : connection_(connection), layout_(layout), key_(key), codec_(layout_) {}
 
-    ~Reader() override { connection_.expect_bulk(false); }
+    ~Reader() override {
+        streams_.clear();
+        if (has_begun_) {
+            (void)connection_.rollback();
+        }
+        connection_.expect_bulk(false);
+    }
 
     Status start();
     Status next(RecordView *record, bool *found) override;
@@ -69,6 +75,7 @@ class Reader final : public TableReader {
     const TableLayout layout_;
     const size_t key_;
     RecordCodec codec_;
+    bool has_begun_ = false;
     bool has_exact_ = false;
     std::vector<Stream> streams_;
     size_t current_ = SIZE_MAX;  // the stream whose record was given last
@@ -78,6 +85,13 @@ Status Reader::start() {
     if (key_ != kRecordOrder && key_ >= layout_.keys.size()) {
         return {ErrorKind::kUsage, "there is no key " + std::to_string(key_ + 1) +
                                        "; the file has " + std::to_string(layout_.keys.size())};
+    }
+    // All queries see one state of the table, whoever writes meanwhile.
+    if (!connection_.in_transaction()) {
+        if (Status status = connection_.execute("BEGIN"); !status.ok()) {
+            return status;
+        }
+        has_begun_ = true;
     }
     if (Status status = check_columns(); !status.ok()) {
         return status;

@@ -189,6 +189,7 @@ class SqliteConnection final : public Connection {
     Status prepare(std::string_view sql, std::unique_ptr<Statement> *out) override;
     Status table_columns(std::string_view table, std::vector<std::string> *out) override;
     void expect_bulk(bool on) override;
+    Status check_encoding();
     void interrupt() override { sqlite3_interrupt(db_.get()); }
 
  private:
@@ -231,6 +232,23 @@ Status SqliteConnection::table_columns(std::string_view table, std::vector<std::
     return status;
 }
 
+// Text in UTF-16 sorts otherwise than the bytes of the keys, and some
+// characters do not come back from it.
+Status SqliteConnection::check_encoding() {
+    std::unique_ptr<Statement> statement;
+    Value encoding;
+    bool found = false;
+    Status status = prepare("PRAGMA encoding", &statement);
+    if (status.ok()) {
+        status = statement->fetch({&encoding, 1}, &found);
+    }
+    if (status.ok() && found && encoding.as_text() != "UTF-8") {
+        status = {ErrorKind::kMismatch, "it keeps its text in " + std::string(encoding.as_text()) +
+                                            "; one that keeps it in UTF-8 would be right"};
+    }
+    return status;
+}
+
 void SqliteConnection::expect_bulk(bool on) {
     const std::string size = std::to_string(on ? kBulkCacheKib : kUsualCacheKib);
     // A hint: a database that refuses it works all the same.
@@ -267,7 +285,11 @@ Status open_sqlite(const std::string &file, const OpenOptions &options,
     if (read != SQLITE_OK) {
         return failed(read);
     }
-    *out = std::make_unique<SqliteConnection>(std::move(db), *find_dialect("sqlite"));
+    auto connection = std::make_unique<SqliteConnection>(std::move(db), *find_dialect("sqlite"));
+    if (Status status = connection->check_encoding(); !status.ok()) {
+        return status.within("database " + file);
+    }
+    *out = std::move(connection);
     return {};
 }
 

@@ -121,4 +121,12 @@ TEST_F(Connection, AFileThatLooksLikeAUriIsAFile) {
     std::filesystem::current_path(before);
 }
 
+TEST_F(Connection, DatabasesThatKeepTextInUtf16AreRefused) {
+    ASSERT_TRUE(open("wide.db").ok());
+    ASSERT_TRUE(db_->execute("PRAGMA encoding = 'UTF-16le'; CREATE TABLE t (a)").ok());
+    const sql::Status status = open("wide.db");
+    EXPECT_EQ(status.kind(), sql::ErrorKind::kMismatch);
+    EXPECT_NE(status.text().find("wide.db: it keeps its text in UTF-16le"), std::string::npos);
+}
+
 }  // namespace

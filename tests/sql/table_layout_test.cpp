@@ -271,4 +271,35 @@ TEST(TableLayout, SqlOfARelativeFileWithoutExactRecords) {
     EXPECT_EQ(sql::find_dialect("oracle"), nullptr);
 }
 
+// SQLite finds a row by "rowid", "_rowid_" or "oid", whichever no column hides.
+TEST(TableLayout, FieldsNamedLikeTheRowNumberLeaveAnotherNameForIt) {
+    struct Row {
+        std::vector<const char *> fields;
+        const char *sqlite;
+        const char *postgresql;
+    };
+    const Row rows[] = {
+        {{"a"}, "rowid", "\"row_number\""},
+        {{"RowID"}, "_rowid_", "\"row_number\""},
+        {{"rowid", "_ROWID_", "Row_Number"}, "oid", "\"row_number_2\""},
+        {{"oid", "row_number", "row_number_2"}, "rowid", "\"row_number_3\""},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.sqlite);
+        XfdBuilder builder("t", 12);
+        for (uint32_t i = 0; i < row.fields.size(); i++) {
+            builder.field({row.fields[i], 4 * i, 4, 16});
+        }
+        const sql::TableLayout layout = layout_of(builder);
+        EXPECT_EQ(sql::find_dialect("sqlite")->row_number(layout), row.sqlite);
+        EXPECT_EQ(sql::find_dialect("postgresql")->row_number(layout), row.postgresql);
+    }
+    XfdBuilder all("t", 12);
+    all.fields({{"rowid", 0, 4, 16}, {"oid", 4, 4, 16}, {"_rowid_", 8, 4, 16}});
+    sql::TableLayout layout;
+    const sql::Status status = sql::make_layout(all.build(), {}, &layout);
+    EXPECT_EQ(status.kind(), sql::ErrorKind::kBadDictionary);
+    EXPECT_NE(status.text().find("give one of them another name"), std::string::npos);
+}
+
 }  // namespace

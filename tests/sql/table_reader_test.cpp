@@ -2,8 +2,12 @@
 #include "sql/table_reader.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
 #include <random>
 
 #include "tests/sql/sql_fixture.h"
@@ -255,6 +259,55 @@ TEST_F(TableReader, KeysChangedBySqlTakeTheirNewPlace) {
                        : Records{"0020CCCC", "0020EEEE", "0025AAAA", "0030DDDD", "0070BBBB"};
         EXPECT_EQ(unload(layout, 0), expected);
     }
+}
+
+// Records of other bytes and keys that are changed need the row's own number.
+TEST_F(TableReader, FieldsNamedLikeTheRowNumberAreFields) {
+    XfdBuilder builder("t", 12);
+    builder.fields({{"rowid", 0, 4, 1, 4}, {"oid", 4, 4, 16}, {"b", 8, 4, 16}});
+    builder.key({false, {{0, 4}}}).key({false, {{4, 2}}});
+    const sql::TableLayout layout = layout_of(builder);
+    must_load(layout, {"00 3AAAA\1   ", "0007BBBBb   ", "0009CCCCc   "});
+    EXPECT_EQ(unload(layout), (Records{"00 3AAAA\1   ", "0007BBBBb   ", "0009CCCCc   "}));
+    run("UPDATE t SET \"rowid\" = 8, oid = 'ZZ' WHERE oid = 'AAAA'");
+    EXPECT_EQ(unload(layout), (Records{"0007BBBBb   ", "0008ZZ  \1   ", "0009CCCCc   "}));
+    EXPECT_EQ(unload(layout, 1), (Records{"0007BBBBb   ", "0009CCCCc   ", "0008ZZ  \1   "}));
+}
+
+// Rows without key bytes are read twice, once for their keys.
+TEST(TableReaderInAFile, SeesOneStateOfTheTable) {
+    std::string folder = (std::filesystem::temp_directory_path() / "sql_test.XXXXXX").string();
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const std::string url = "sqlite:" + folder + "/t.db";
+    {
+        std::unique_ptr<sql::Connection> db;
+        std::unique_ptr<sql::Connection> other;
+        ASSERT_TRUE(sql::open_connection(url, {}, &db).ok());
+        ASSERT_TRUE(sql::open_connection(url, {}, &other).ok());
+        XfdBuilder builder("t", 4);
+        builder.field({"n", 0, 4, 3, 4, -1}).key({true, {{0, 4}}});
+        const sql::TableLayout layout = layout_of(builder);
+        ASSERT_TRUE(db->execute("PRAGMA journal_mode = WAL").ok());
+        std::unique_ptr<sql::TableLoader> loader;
+        sql::LoadSummary summary;
+        ASSERT_TRUE(sql::TableLoader::begin(*db, layout, {}, &loader).ok());
+        ASSERT_TRUE(loader->finish(&summary).ok());
+        ASSERT_TRUE(db->execute("INSERT INTO t (n) VALUES ('1.0'), ('2.0'), ('3.0')").ok());
+
+        std::unique_ptr<sql::TableReader> reader;
+        ASSERT_TRUE(sql::TableReader::open(*db, layout, 0, &reader).ok());
+        ASSERT_TRUE(other->execute("DELETE FROM t").ok());
+        Records records;
+        sql::RecordView record;
+        bool found = false;
+        while (reader->next(&record, &found).ok() && found) {
+            records.push_back(as_string(record.bytes));
+        }
+        EXPECT_EQ(records, (Records{"0010", "0020", "0030"}));
+        reader.reset();
+        EXPECT_FALSE(db->in_transaction());
+    }
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace
