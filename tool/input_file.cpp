@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "tool/command.h"
+#include "tool/interrupt.h"
 
 namespace tool {
 
@@ -36,7 +37,8 @@ InputFile::InputFile(const std::string &path, size_t largest_need)
         close(descriptor_);
         fail(path, "cannot be read", EISDIR);
     }
-    size_ = S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0;
+    is_regular_ = S_ISREG(status.st_mode);
+    size_ = is_regular_ ? static_cast<uint64_t>(status.st_size) : 0;
     posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
     buffer_ = std::make_unique_for_overwrite<unsigned char[]>(capacity_);
     data_ = end_ = buffer_.get();
@@ -61,9 +63,10 @@ size_t InputFile::refill(size_t bytes) {
     memmove(buffer_.get(), data_, ready);
     data_ = buffer_.get();
     while (ready < bytes) {
+        InterruptGuard::check("nothing was loaded");
         const ssize_t n = read(descriptor_, buffer_.get() + ready, capacity_ - ready);
         if (n < 0 && errno == EINTR) {
-            continue;
+            continue;  // to the check: a pipe may have nothing to give for ever
         }
         if (n < 0) {
             fail(path_, "cannot be read", errno);

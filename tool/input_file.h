@@ -33,6 +33,7 @@ class InputFile {
     uint64_t position() const { return read_ - static_cast<uint64_t>(end_ - data_); }
     // Bytes of the file when it was opened, 0 for what is no regular file.
     uint64_t size() const { return size_; }
+    bool is_regular() const { return is_regular_; }
     const std::string &path() const { return path_; }
     void rewind();
 
@@ -47,6 +48,7 @@ class InputFile {
     const unsigned char *end_;
     uint64_t read_ = 0;  // bytes taken from the file
     uint64_t size_ = 0;
+    bool is_regular_ = false;
 };
 
 }  // namespace tool

@@ -100,24 +100,33 @@ void print_summary(const Options &options, const sql::TableLayout &layout,
     print_notes(reader);
 }
 
+// Neither file of rejected records may take the place of what is read or made.
+void refuse_files_in_use(const Options &options, const Xfd &xfd) {
+    const std::string reasons = RejectFile::reasons_path(options.reject_file);
+    refuse_same_file(options.reject_file, reasons);
+    for (const std::string &written : {options.reject_file, reasons}) {
+        refuse_same_file(options.data_file, written);
+        refuse_same_file(file_of_database(options.database), written);
+        refuse_same_file(xfd.x_filename, written);
+    }
+}
+
 int load(const Options &options) {
     const Dictionary xfd = load_dictionary(options.name, 0);
     const sql::TableLayout layout = layout_of(options.name, *xfd, !options.no_exact);
     RecordReader reader(options.data_file, options.format.shape_of(options.name, *xfd));
 
-    refuse_same_file(options.data_file, options.reject_file);
-    refuse_same_file(file_of_database(options.database), options.reject_file);
-    refuse_same_file(file_of_database(options.database),
-                     RejectFile::reasons_path(options.reject_file));
+    // A database that is made now has its file from here on.
+    Database database(options.database, {});
     std::optional<RejectFile> rejects;
     sql::LoadOptions load_options;
     load_options.replace = options.replace;
     if (!options.reject_file.empty()) {
+        refuse_files_in_use(options, *xfd);
         rejects.emplace(options.reject_file, reader.shape());
         load_options.on_reject = [&](const sql::Rejection &r) { return rejects->add(r); };
     }
 
-    Database database(options.database, {});
     const InterruptGuard guard(&database.connection());
     Progress progress("loading", options.quiet);
     std::unique_ptr<sql::TableLoader> loader;

@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "tool/command.h"
+#include "tool/interrupt.h"
 
 namespace tool {
 
@@ -79,6 +80,8 @@ void OutputFile::write_out(const unsigned char *bytes, size_t size) {
     while (size > 0) {
         const ssize_t n = ::write(descriptor_, bytes, size);
         if (n < 0 && errno == EINTR) {
+            // A pipe may take nothing for ever.
+            InterruptGuard::check("the output is not complete");
             continue;
         }
         if (n < 0) {

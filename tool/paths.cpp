@@ -2,6 +2,7 @@
 #include "tool/paths.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string_view>
 
@@ -17,6 +18,13 @@ void refuse_same_file(const std::string &kept, const std::string &written) {
         throw Failure(written + ": is the same file as " + kept +
                       ", which would be overwritten; another name would be right");
     }
+}
+
+bool is_standard_output(const std::string &file) {
+    struct stat a;
+    struct stat b;
+    return stat(file.c_str(), &a) == 0 && fstat(STDOUT_FILENO, &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
 }
 
 std::string file_of_database(const std::string &url) {

@@ -12,6 +12,9 @@ namespace tool {
 // no files.
 void refuse_same_file(const std::string &kept, const std::string &written);
 
+// Whether the standard output goes to the file.
+bool is_standard_output(const std::string &file);
+
 // The file of a database URL; empty for a database without one.
 std::string file_of_database(const std::string &url);
 

@@ -208,6 +208,12 @@ bool RecordReader::slots_fit(SlotHeader header) {
 // as that of a 64-bit program, or of a 32-bit one when only its length says so,
 // for the sake of an error that names the record.
 SlotHeader RecordReader::find_slot_header() {
+    if (!file_.is_regular()) {
+        throw Failure(file_.path() +
+                      ": what is no regular file is read only once, so that the width of its slot "
+                      "headers cannot be found out; --slot-header 4 (written by a 32-bit program) "
+                      "or --slot-header 8 would be right");
+    }
     if (file_.size() == 0) {
         return SlotHeader::k64;
     }

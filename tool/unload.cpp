@@ -53,6 +53,9 @@ int unload(const Options &options) {
         shape.slot_header = SlotHeader::k64;
     }
     refuse_same_file(file_of_database(options.database), options.data_file);
+    refuse_same_file(xfd->x_filename, options.data_file);
+    // A summary behind the records would be taken for one of them.
+    const bool is_quiet = options.quiet || is_standard_output(options.data_file);
 
     sql::OpenOptions open_options;
     open_options.create = false;
@@ -85,7 +88,7 @@ int unload(const Options &options) {
     }
     writer.commit();
     progress.clear();
-    if (!options.quiet) {
+    if (!is_quiet) {
         std::cout << options.data_file << ": " << records << (records == 1 ? " record" : " records")
                   << " unloaded from table " << without_controls(layout.table) << " of "
                   << options.database << '\n';

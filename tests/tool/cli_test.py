@@ -52,6 +52,16 @@ ID
 4,6,16,0,0,0,0,5,NAME
 """
 
+LINES = """\
+XFD,06,LINES,LINES,5
+10,10,0
+0,18,46,44,0
+0
+2,2,2,2
+0,4,1,4,0,0,0,5,ID
+4,6,16,0,0,0,0,5,NAME
+"""
+
 
 class Tool(unittest.TestCase):
     maxDiff = None
@@ -417,6 +427,53 @@ class LoadAndUnload(Tool):
         self.assertEqual(self.rows("SELECT id FROM plain"), [(1,)])
         self.assertEqual(self.read("data"), b"0001one   ")
 
+    def test_rejected_records_take_no_place_of_a_file_in_use(self):
+        self.write("data.reasons", b"0001one   ")
+        before = self.files()
+        for data, database, reject in (("data.reasons", "new.db", "new.db"),
+                                       ("data.reasons", "bad.reasons", "bad"),
+                                       ("data.reasons", "new.db", "data"),
+                                       ("data.reasons", "new.db", "plain.xfd")):
+            with self.subTest(database=database, reject=reject):
+                result = self.run_tool("load", "plain", data, "--db", "sqlite:" + database,
+                                       "--reject", reject)
+                self.assertEqual((result.returncode, result.stdout), (2, ""))
+                self.assertIn("is the same file as", result.stderr)
+                self.assertEqual(self.files(), before)
+        self.assertEqual(self.read("data.reasons"), b"0001one   ")
+        self.assertTrue(self.read("plain.xfd").startswith(b"XFD"))
+
+    def test_records_of_a_line_sequential_dictionary_in_other_forms(self):
+        self.write("lines.xfd", LINES.encode())
+        for form, data in (("fixed", b"0001ab    0002      "),
+                           ("variable", b"\0\x0a\0\x000001ab    \0\x0a\0\x000002      "),
+                           ("relative", b"\x0a\0\0\x000001ab    \x0a\0\0\x000002      "),
+                           ("line", b"0001ab\n0002\n")):
+            with self.subTest(form=form):
+                self.write("data", data)
+                options = ["--db", self.DB, "-q", "--record-format", form, "--slot-header", "4"]
+                self.expect(["load", "lines", "data", "--replace", *options], 0)
+                self.expect(["unload", "lines", "back", *options], 0)
+                self.assertEqual(self.read("back"), data)
+
+    def test_unloading_to_the_standard_output_prints_records_alone(self):
+        self.write("data", b"0001one   0002two   ")
+        self.expect(["load", "plain", "data", "--db", self.DB, "-q"], 0)
+        self.expect(["unload", "plain", "/dev/stdout", "--db", self.DB], 0,
+                    "0001one   0002two   ")
+
+    def test_slots_of_a_pipe_need_their_header(self):
+        self.write("slots.xfd", LINES.replace("LINES,LINES,5", "SLOTS,SLOTS,8").encode())
+        data = b"\x0a\0\0\x000001ab    "
+        command = [WBFSI, "load", "slots", "/dev/stdin", "--db", self.DB, "-q"]
+        for options, status in ((["--slot-header", "4"], 0), ([], 2)):
+            result = subprocess.run(command + options, cwd=self.folder, input=data,
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                    env=self.environment)
+            self.assertEqual(result.returncode, status)
+        self.assertIn(b"--slot-header 4 (written by a 32-bit program) or --slot-header 8 would be "
+                      b"right", result.stderr)
+
     def test_what_cannot_be_unloaded_leaves_the_old_file(self):
         self.write("data", b"0001one   ")
         self.write("back", b"old")
@@ -465,8 +522,9 @@ class LoadAndUnload(Tool):
                                    stderr=subprocess.PIPE, env=self.environment)
         while process.poll() is None and not database_is_open():
             time.sleep(0.001)
+        time.sleep(0.2)  # all records are read by now
         process.send_signal(signal.SIGTERM)
-        os.write(writer, b"1000name  " * 1000)
+        # Nothing more comes: the signal alone ends the wait.
         _, errors = process.communicate(timeout=60)
         self.assertEqual((process.returncode, errors),
                          (2, "wbfsi load: told to end; nothing was loaded\n"))
