@@ -20,6 +20,7 @@ std::string doubled(std::string_view text, char quote) {
 class SqliteDialect final : public Dialect {
  public:
     [[nodiscard]] std::string_view name() const override { return "sqlite"; }
+    [[nodiscard]] size_t max_name_bytes() const override { return SIZE_MAX; }
 
     [[nodiscard]] std::string type_of(const Column &column) const override {
         if (column.role == ColumnRole::kRecordNumber) {
@@ -80,8 +81,11 @@ class SqliteDialect final : public Dialect {
 };
 
 class PostgresqlDialect final : public Dialect {
+    static constexpr uint32_t kMaxVarchar = 10485760;
+
  public:
     [[nodiscard]] std::string_view name() const override { return "postgresql"; }
+    [[nodiscard]] size_t max_name_bytes() const override { return 63; }
 
     [[nodiscard]] std::string type_of(const Column &column) const override {
         switch (column.type) {
@@ -95,6 +99,9 @@ class PostgresqlDialect final : public Dialect {
             case ColumnType::kBlob:
                 return "bytea";
             default:
+                if (column.characters > kMaxVarchar) {
+                    return "text COLLATE \"C\"";
+                }
                 return "varchar(" + std::to_string(column.characters) + ") COLLATE \"C\"";
         }
     }

@@ -25,6 +25,9 @@ class Dialect {
     // byte, reserved words too.
     [[nodiscard]] static std::string quote(std::string_view name);
 
+    // Bytes of a name that count; the database cuts off what follows them.
+    [[nodiscard]] virtual size_t max_name_bytes() const = 0;
+
     // The type of a column, with its collation where the order of bytes needs
     // one.
     [[nodiscard]] virtual std::string type_of(const Column &column) const = 0;

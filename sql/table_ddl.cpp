@@ -18,6 +18,23 @@ bool has_primary_key(const TableLayout &layout) {
            layout.keys[0].unique && !layout.keys[0].columns.empty();
 }
 
+// The name of a key's index; where it would be cut, the name of the table gives
+// way, so that the indexes of a table still differ.
+std::string index_name(const TableLayout &layout, const Key &key, const char *suffix,
+                       const Dialect &dialect) {
+    std::string name = key.index_name + suffix;
+    const size_t max = dialect.max_name_bytes();
+    if (name.size() <= max) {
+        return name;
+    }
+    const std::string tail = name.substr(layout.table.size());
+    size_t kept = max - tail.size();
+    while (kept > 0 && (static_cast<unsigned char>(name[kept]) & 0xC0) == 0x80) {
+        kept--;  // not within a character
+    }
+    return name.substr(0, kept) + tail;
+}
+
 }  // namespace
 
 std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) {
@@ -42,13 +59,14 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) 
     return text + "\n)";
 }
 
-std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &) {
+std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &dialect) {
     std::vector<IndexSql> indexes;
     const auto add = [&](const Key &key, const char *suffix, std::vector<size_t> columns,
                          const std::string &condition, bool is_made_first) {
         std::string sql = key.unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
-        sql += Dialect::quote(key.index_name + suffix) + " ON " + Dialect::quote(layout.table) +
-               " (" + quoted_names(layout, columns) + ")" + condition;
+        sql += Dialect::quote(index_name(layout, key, suffix, dialect)) + " ON " +
+               Dialect::quote(layout.table) + " (" + quoted_names(layout, columns) + ")" +
+               condition;
         indexes.push_back({std::move(sql), std::move(columns), is_made_first});
     };
     for (size_t k = 0; k < layout.keys.size(); k++) {

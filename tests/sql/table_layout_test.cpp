@@ -302,4 +302,18 @@ TEST(TableLayout, FieldsNamedLikeTheRowNumberLeaveAnotherNameForIt) {
     EXPECT_NE(status.text().find("give one of them another name"), std::string::npos);
 }
 
+TEST(TableLayout, NamesAndTextsStayWithinWhatPostgresqlTakes) {
+    XfdBuilder builder(std::string(60, 'T') + "\xE4\xE4", 20000000);
+    builder.fields({{"id", 0, 4, 1, 4}, {"huge", 4, 10485761, 16}}).key({false, {{0, 4}}});
+    const sql::TableLayout layout = layout_of(builder);
+    const sql::Dialect &postgresql = *sql::find_dialect("postgresql");
+    EXPECT_NE(sql::create_table_sql(layout, postgresql).find("\"huge\" text COLLATE \"C\","),
+              std::string::npos);
+    const std::vector<sql::IndexSql> indexes = sql::create_index_sql(layout, postgresql);
+    ASSERT_EQ(indexes.size(), 1U);
+    EXPECT_TRUE(indexes[0].sql.starts_with("CREATE UNIQUE INDEX \"" + std::string(51, 'T') +
+                                           "_key_1_bytes\" ON "))
+        << indexes[0].sql;
+}
+
 }  // namespace
