@@ -234,7 +234,7 @@ void Loader::fill_row(size_t row) {
     const DecodedRecord decoded =
         codec_.decode(from.record, values.subspan(1, layout_.field_count),
                       {texts_.data() + row * codec_.text_capacity(), codec_.text_capacity()});
-    Value *value = &values[1 + layout_.field_count];
+    Value *value = values.data() + 1 + layout_.field_count;  // none may be left
     for (size_t i = 0; i < key_places_.size(); i++) {
         const KeyPlace &place = key_places_[i];
         const bool is_irregular = i < lean_keys_ || (decoded.irregular_keys >> place.key & 1) != 0;

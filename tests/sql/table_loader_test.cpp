@@ -292,4 +292,14 @@ TEST_F(TableLoader, RealsComeBackBitForBit) {
               (Rows{"0"}));
 }
 
+TEST_F(TableLoader, RowsOfFieldsAloneAreLoaded) {
+    XfdBuilder builder("t", 4, XFD_SEQUENTIAL);
+    builder.field({"a", 0, 4, 16});
+    const sql::TableLayout layout = layout_of(builder, {.keep_exact = false});
+    must_load(layout, {"AAAA", "B\1  "});
+    EXPECT_EQ(summary_.loaded, 2U);
+    EXPECT_EQ(summary_.changed, 0U);
+    EXPECT_EQ(unload(layout), (Records{"AAAA", "B\1  "}));
+}
+
 }  // namespace
