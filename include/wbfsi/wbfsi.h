@@ -10,6 +10,8 @@
  *   where.h       the extra where clause of a program
  *   dateformat.h  validation of date formats
  *   table.h       the table description of a database interface
+ *   suffixes.h    extensions that tables do not carry
+ *   trace.h       cursors and transactions in the trace
  * The library is used from one thread at a time. */
 #ifndef WBFSI_WBFSI_H
 #define WBFSI_WBFSI_H
@@ -22,7 +24,9 @@
 #include "wbfsi/load.h"
 #include "wbfsi/locate.h"
 #include "wbfsi/records.h"
+#include "wbfsi/suffixes.h"
 #include "wbfsi/table.h"
+#include "wbfsi/trace.h"
 #include "wbfsi/where.h"
 
 #endif
