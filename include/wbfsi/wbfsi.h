@@ -7,9 +7,12 @@
  *   accessors.h   its properties
  *   keys.h        record keys, column names
  *   locate.h      names and paths of files
+ *   datatest.h    what a field holds
+ *   conditions.h  which record type a record has
  *   where.h       the extra where clause of a program
  *   dateformat.h  validation of date formats
  *   table.h       the table description of a database interface
+ *   compare.h     two descriptions side by side
  *   suffixes.h    extensions that tables do not carry
  *   trace.h       cursors and transactions in the trace
  * The library is used from one thread at a time. */
@@ -18,6 +21,9 @@
 
 #include "wbfsi/accessors.h"
 #include "wbfsi/build.h"
+#include "wbfsi/compare.h"
+#include "wbfsi/conditions.h"
+#include "wbfsi/datatest.h"
 #include "wbfsi/dateformat.h"
 #include "wbfsi/keys.h"
 #include "wbfsi/lifecycle.h"
