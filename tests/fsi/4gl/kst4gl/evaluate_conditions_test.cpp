@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <initializer_list>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/errors.h"
@@ -34,8 +37,10 @@ class EvaluateConditions : public testing::Test {
         return Z4XFDAddCondition(xfd_.get(), type, "f", value, "", -1, -1, field);
     }
     int test(int number, const std::string &record) {
-        const std::vector<char> bytes(record.begin(), record.end());
-        return Z4TestCOBOLCond(xfd_.get(), number, bytes.data());
+        // A block of exactly the record's size.
+        const auto bytes = std::make_unique<char[]>(record.size());
+        std::memcpy(bytes.get(), record.data(), record.size());
+        return Z4TestCOBOLCond(xfd_.get(), number, bytes.get());
     }
     void set(int number, bool bit) {
         xfd_->x_condition[number - 1].c_flags = bit ? 0xFFFFFFFF : 0xFFFFFFFE;
