@@ -15,6 +15,7 @@
  *   table.h       the table description of a database interface
  *   compare.h     two descriptions side by side
  *   match.h       a description and what is really there
+ *   errmap.h      errors of databases as errors of files
  *   suffixes.h    extensions that tables do not carry
  *   trace.h       cursors and transactions in the trace
  * The library is used from one thread at a time. */
@@ -28,6 +29,7 @@
 #include "wbfsi/datatest.h"
 #include "wbfsi/dateformat.h"
 #include "wbfsi/dates.h"
+#include "wbfsi/errmap.h"
 #include "wbfsi/keys.h"
 #include "wbfsi/lifecycle.h"
 #include "wbfsi/load.h"
