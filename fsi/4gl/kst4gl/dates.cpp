@@ -163,7 +163,6 @@ const char *write_field(Conversion *call) {
         DateFormat replacement;
         if (!replace_illegal(*call, &replacement, &parts) || !format_traced(*call, parts))
             return kFailed;
-        value = value_of(parts);
     }
     const ZArgument source = text_argument(call->text, call->format.length);
     if (ZconvertData(&call->field, &source, 1, nullptr) == 0) {
@@ -171,6 +170,8 @@ const char *write_field(Conversion *call) {
         write_zero(call->field);
         return kFailed;
     }
+    if (!is_valid)
+        value = value_of(parts);
     return kDone;
 }
 
