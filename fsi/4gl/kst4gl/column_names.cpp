@@ -14,14 +14,14 @@ bool ColumnNames::reserve(uint32_t most) {
     static constexpr const char *kTag = "DB column names";
     slots_.reset(allocate_cleared<Slot>(most, kTag, kSource));
     table_.reset(HASH_NEW(
-        kTag, offsetof(Slot, key), [](void *) {}, kSource));
+        kTag, offsetof(Slot, name), [](void *) {}, kSource));
     return slots_ && table_;
 }
 
-bool ColumnNames::add(const ColumnName &name, uint32_t column) {
+bool ColumnNames::add(const char *name, uint32_t column) {
     const uint32_t index = count_;
     Slot *slot = slots_.get() + index;
-    *slot = {slot->name.text, name, column, kNone, index, index};
+    *slot = {name, column, kNone, index, index};
     if (Slot *head = find(name)) {
         slots_.get()[head->back].next = index;
         head->back = index;
@@ -32,24 +32,22 @@ bool ColumnNames::add(const ColumnName &name, uint32_t column) {
     return true;
 }
 
-int64_t ColumnNames::first(const ColumnName &name) const {
+int64_t ColumnNames::first(const char *name) const {
     const Slot *head = find(name);
+    return head != nullptr && head->front != kNone ? slots_.get()[head->front].column : int64_t{-1};
+}
+
+int64_t ColumnNames::take(const char *name) {
+    Slot *head = find(name);
     if (head == nullptr || head->front == kNone)
         return -1;
-    return slots_.get()[head->front].column;
+    const Slot &taken = slots_.get()[head->front];
+    head->front = taken.next;
+    return taken.column;
 }
 
-int64_t ColumnNames::take(const ColumnName &name) {
-    const int64_t column = first(name);
-    if (column >= 0) {
-        Slot *head = find(name);
-        head->front = slots_.get()[head->front].next;
-    }
-    return column;
-}
-
-ColumnNames::Slot *ColumnNames::find(const ColumnName &name) const {
-    return static_cast<Slot *>(HASH_GET(table_.get(), name.text));
+ColumnNames::Slot *ColumnNames::find(const char *name) const {
+    return static_cast<Slot *>(HASH_GET(table_.get(), name));
 }
 
 }  // namespace fsi

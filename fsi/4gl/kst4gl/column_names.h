@@ -7,38 +7,31 @@
 #define FSI_4GL_KST4GL_COLUMN_NAMES_H
 
 #include <cstdint>
-#include <string_view>
 
 #include "fsi/base/owner.h"
 #include "host/containers.h"
 
 namespace fsi {
 
-// A name as it is looked up.
-struct ColumnName {
-    // The match_name of a column and, in front of it, the number of its table.
-    char text[48];
-};
-
 class ColumnNames {
  public:
     // Room for `most` columns.  False when memory was refused.
     [[nodiscard]] bool reserve(uint32_t most);
 
-    // Adds a column behind those of its name; false when memory was refused.
-    [[nodiscard]] bool add(const ColumnName &name, uint32_t column);
+    // Adds a column behind those of its name; false when memory was refused.  The
+    // name stays where it is while this lives.
+    [[nodiscard]] bool add(const char *name, uint32_t column);
 
     // The first column of a name that was not taken, -1 for none.  From the first
     // look-up on nothing is added.
-    int64_t first(const ColumnName &name) const;
+    int64_t first(const char *name) const;
     // The same; that column is then taken.
-    int64_t take(const ColumnName &name);
+    int64_t take(const char *name);
 
  private:
     // The first column of a name carries its queue; all others hang on it.
     struct Slot {
-        const char *key;
-        ColumnName name;
+        const char *name;
         uint32_t column;
         uint32_t next;   // slot of the next column of this name, or kNone
         uint32_t front;  // first column that is not taken, or kNone
@@ -47,7 +40,7 @@ class ColumnNames {
     static constexpr uint32_t kNone = UINT32_MAX;
     using Table = Owner<ZHash *, HASH_FREE>;
 
-    Slot *find(const ColumnName &name) const;
+    Slot *find(const char *name) const;
 
     Block<Slot> slots_;
     Table table_;  // goes before the slots it points at

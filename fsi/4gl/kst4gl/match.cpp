@@ -73,29 +73,36 @@ class FieldMatch {
         const uint32_t limit = table_->name_compare_length;
         return limit != 0 ? name.substr(0, limit) : name;
     }
-    ColumnName key_of(std::string_view name) const;
     bool collect_names();
     int64_t search(const char *name) const;
     int64_t find(const char *name);
 
     Xfd *xfd_;
     DbTableInfo *table_;
+    Block<Name> cut_names_;  // of the columns, when only a part of each counts
     ColumnNames names_;
     bool has_names_ = false;
 };
 
-ColumnName FieldMatch::key_of(std::string_view name) const {
-    ColumnName key;
-    copy_text(key.text, counting(name));
-    return key;
-}
-
 bool FieldMatch::collect_names() {
-    if (!names_.reserve(column_count(table_)))
+    const uint32_t count = column_count(table_);
+    const bool is_cut = table_->name_compare_length != 0;
+    if (is_cut)
+        cut_names_.reset(allocate_cleared<Name>(count, "DB column names", kSource));
+    if ((is_cut && !cut_names_) || !names_.reserve(count))
         return false;
-    for (uint32_t j = 0; j < column_count(table_); ++j) {
+    for (uint32_t j = 0; j < count; ++j) {
         const DbColumnInfo &column = table_->columns[j];
-        if (is_free(column) && !names_.add(key_of(match_name(column)), j))
+        const std::string_view name = counting(match_name(column));
+        // A longer name is none of a field.
+        if (!is_free(column) || name.size() >= sizeof(Name))
+            continue;
+        const char *text = column.match_name;
+        if (is_cut) {
+            copy_text(cut_names_.get()[j], name);
+            text = cut_names_.get()[j];
+        }
+        if (!names_.add(text, j))
             return false;
     }
     return true;
@@ -117,7 +124,11 @@ int64_t FieldMatch::search(const char *name) const {
 }
 
 int64_t FieldMatch::find(const char *name) {
-    return has_names_ ? names_.take(key_of(name)) : search(name);
+    if (!has_names_)
+        return search(name);
+    Name cut;
+    copy_text(cut, counting(name));
+    return names_.take(cut);
 }
 
 const XfdField *FieldMatch::link_all() {
@@ -172,34 +183,37 @@ class KeyCopies {
     bool set_aside();
 
  private:
-    static ColumnName key_of(uint32_t table_num, std::string_view name);
+    // The number of a table and a name in it.
+    using Name = char[sizeof("65535 ") + sizeof(DbColumnInfo::match_name)];
+
+    static void compose(Name &text, uint32_t table_num, std::string_view name);
     bool collect_names();
     int64_t search(uint32_t table_num, std::string_view name) const;
     int64_t find(uint32_t table_num, std::string_view name) const;
 
     const XfdKey *key_;
     DbTableInfo *table_;
+    Block<Name> texts_;
     ColumnNames names_;
     bool has_names_ = false;
 };
 
-ColumnName KeyCopies::key_of(uint32_t table_num, std::string_view name) {
-    ColumnName key;
-    char *end = std::to_chars(key.text, key.text + sizeof key.text, table_num).ptr;
+void KeyCopies::compose(Name &text, uint32_t table_num, std::string_view name) {
+    char *end = std::to_chars(text, text + sizeof text, table_num).ptr;
     *end++ = ' ';
-    const size_t room = static_cast<size_t>(key.text + sizeof key.text - end) - 1;
-    const size_t length = std::min(name.size(), room);
-    std::memcpy(end, name.data(), length);
-    end[length] = '\0';
-    return key;
+    std::memcpy(end, name.data(), name.size());
+    end[name.size()] = '\0';
 }
 
 bool KeyCopies::collect_names() {
-    if (!names_.reserve(column_count(table_)))
+    const uint32_t count = column_count(table_);
+    texts_.reset(allocate_cleared<Name>(count, "DB column names", kSource));
+    if (!texts_ || !names_.reserve(count))
         return false;
-    for (uint32_t j = 0; j < column_count(table_); ++j) {
+    for (uint32_t j = 0; j < count; ++j) {
         const DbColumnInfo &column = table_->columns[j];
-        if (!names_.add(key_of(column.table_num, match_name(column)), j))
+        compose(texts_.get()[j], column.table_num, match_name(column));
+        if (!names_.add(texts_.get()[j], j))
             return false;
     }
     return true;
@@ -215,7 +229,11 @@ int64_t KeyCopies::search(uint32_t table_num, std::string_view name) const {
 }
 
 int64_t KeyCopies::find(uint32_t table_num, std::string_view name) const {
-    return has_names_ ? names_.first(key_of(table_num, name)) : search(table_num, name);
+    if (!has_names_)
+        return search(table_num, name);
+    Name text;
+    compose(text, table_num, name);
+    return names_.first(text);
 }
 
 bool KeyCopies::set_aside() {
@@ -227,7 +245,8 @@ bool KeyCopies::set_aside() {
         if (f_trace != 0)
             ZTrace(0, kTraceCategory, "%s %u", "Z4MatchDBKeystoXFD", t);
         for (uint32_t c = 0; c < key_columns(key_); ++c) {
-            const int64_t j = find(t, key_->k_field[c].kc_name);
+            const int64_t j =
+                find(t, bounded_view(key_->k_field[c].kc_name, sizeof(XfdKeyColumn::kc_name)));
             if (j < 0)
                 return false;
             table_->columns[j].flags |= DB_COLUMN_SET_ASIDE;

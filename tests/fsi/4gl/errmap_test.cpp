@@ -222,8 +222,9 @@ TEST_F(ErrorMap, AZeroByteEndsItsLine) {
 
 TEST_F(ErrorMap, WithoutAFileThereIsNoMap) {
     const std::string missing = folder_.path("missing");
+    const std::string directory = folder_.path();
     for (const char *path :
-         {static_cast<const char *>(nullptr), "", missing.c_str(), folder_.path().c_str()}) {
+         {static_cast<const char *>(nullptr), "", missing.c_str(), directory.c_str()}) {
         SCOPED_TRACE(path != nullptr ? path : "null");
         *Zstdlib_f_errno() = 9;
         int count = 3;
