@@ -27,7 +27,8 @@ WBFSI_BEGIN
  *                field is longer than any number
  *   and, or      c_num2 first; c_num1 only when that does not settle it.  Numbers
  *                of 0 or less are false
- *   other        true when no other condition with the same c_field_num holds
+ *   other        true when no other condition with the same c_field_num holds; "and"
+ *                and "or" from a dictionary have 0, that of the first field
  * A comparison of a field that there is not, and a type that there is not, are false.
  *
  * Takes memory only for more than 64 conditions, and only when one asks for a higher

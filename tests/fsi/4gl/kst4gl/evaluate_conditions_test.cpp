@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cstring>
 #include <initializer_list>
@@ -11,12 +12,32 @@
 #include "host/errors.h"
 #include "tests/fsi/sample_xfd.h"
 #include "tests/fsi/spies.h"
+#include "tests/support/dictionary_file.h"
 #include "wbfsi/accessors.h"
 #include "wbfsi/conditions.h"
 
 using namespace std::string_literals;
 
 namespace {
+
+// Runs `work` on a thread with a stack of 256 KB.
+template <typename Work>
+void on_a_small_stack(Work work) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 << 10), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(
+                  &thread, &attributes,
+                  [](void *argument) -> void * {
+                      (*static_cast<Work *>(argument))();
+                      return nullptr;
+                  },
+                  &work),
+              0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
 
 class EvaluateConditions : public testing::Test {
  protected:
@@ -256,6 +277,19 @@ TEST_F(EvaluateConditions, FieldsThatThereAreNotCompareFalse) {
     }
 }
 
+TEST_F(EvaluateConditions, FieldNumbersHaveSixteenBits) {
+    constexpr uint32_t kFields = 65536;
+    xfd_ = sample::empty(kFields);
+    for (const uint32_t slot : {40000U, 65534U, 65535U}) {
+        xfd_->x_fdesc[slot].fd_offset = 1;
+        xfd_->x_fdesc[slot].fd_argument = {0, 1, 16, 0, 0, 0};
+        compare(XFD_COND_EQ, "B", static_cast<int16_t>(slot));
+    }
+    EXPECT_EQ(test(1, "AB"), 1);
+    EXPECT_EQ(test(2, "AB"), 1);
+    EXPECT_EQ(test(3, "AB"), 0);  // stands for none
+}
+
 TEST_F(EvaluateConditions, OperandsBelowAnswerWithTheirBits) {
     add_field(0, 1);
     compare(XFD_COND_EQ, "A");
@@ -419,12 +453,12 @@ TEST_F(EvaluateConditions, ChainsAsLongAsThereAreConditions) {
     compare(XFD_COND_EQ, "A");
     ASSERT_EQ(xfd_->x_n_conditions, kLength);
     *Zstdlib_f_errno() = 0;
-    EXPECT_EQ(test(1, "A"), 0);
+    on_a_small_stack([this] { EXPECT_EQ(test(1, "A"), 0); });
     EXPECT_EQ(test(1, "B"), 0);  // the last but one, "other" as well, holds
     EXPECT_EQ(Z4IsXFDConditionTrue(&xfd_->x_condition[kLength - 2]), 1);
     xfd_->x_condition[kLength - 2].c_type = 0;
     EXPECT_EQ(test(1, "A"), 0);
-    EXPECT_EQ(test(1, "B"), 1);
+    on_a_small_stack([this] { EXPECT_EQ(test(1, "B"), 1); });
     EXPECT_EQ(bits(), std::string(32767, '1') + std::string(32768, '0'));
     EXPECT_EQ(*Zstdlib_f_errno(), 0);
 }
@@ -445,6 +479,31 @@ TEST_F(EvaluateConditions, TracesBeginningAndEnd) {
     f_trace = 0;
     test(1, "A");
     EXPECT_EQ(spies::take_traces(), "");
+}
+
+// As a dictionary describes them: an amount and a record type, which is not the
+// first field, since "and" and "or" count as conditions on that one.
+class LoadedConditions : public support::DictionaryTest {};
+
+TEST_F(LoadedConditions, TellRecordTypesApart) {
+    const support::OwnedXfd xfd = load(
+        "XFD,8,C,C,12\n9,9,0\n0,18,46,44,0\n6\n1,1,KIND,A\n2,1,KIND,\"B C\"\n3,3,KIND\n"
+        "4,5,AMOUNT,-7\n5,2,1,4\n6,9,2,3\n2\n4,3,5,3,0,16,0,1,AMOUNT\n0,4,16,4,0,16,0,1,KIND\n");
+    ASSERT_NE(xfd, nullptr) << support::file_error();
+    const struct {
+        const char *record;
+        const char *expected;
+    } rows[] = {
+        {"A   005", "100110"}, {"A   p08", "100000"}, {"A   p07", "100110"}, {"B C 000", "010101"},
+        {"C   p09", "001001"}, {"    x  ", "001101"}, {"AB  000", "100110"}, {"ABCD000", "001101"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.record);
+        std::string results;
+        for (int n = 1; n <= 6; ++n)
+            results += Z4TestCOBOLCond(xfd.get(), n, row.record) != 0 ? '1' : '0';
+        EXPECT_EQ(results, row.expected);
+    }
 }
 
 }  // namespace
