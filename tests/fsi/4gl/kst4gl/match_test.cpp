@@ -125,7 +125,7 @@ TEST_F(FindColumn, TakesTheFirstOfTheExactName) {
         SCOPED_TRACE(name);
         EXPECT_EQ(Z4FindColumn(&table, name), -1);
     }
-    std::strcpy(table.all[0].match_name, "other");
+    std::memcpy(table.all[0].match_name, "other", 6);
     EXPECT_EQ(Z4FindColumn(&table, "other"), -1) << "db_name counts";
     const std::string full(31, 'f');
     table.all[1] = column(full);
@@ -371,7 +371,7 @@ TEST_F(MatchKeys, AnIndexOf16ColumnsNeedsNoEnd) {
         table.index_columns[i] = i;
     const sample::XfdPointer xfd = with_key(names);
     EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 1);
-    std::strcpy(xfd->x_key_desc[0].k_field[15].kc_name, "x");
+    std::memcpy(xfd->x_key_desc[0].k_field[15].kc_name, "x", 2);
     EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 0);
 }
 
@@ -422,6 +422,32 @@ TEST_F(MatchKeys, CopiesInEachTableAreSetAside) {
             const On on(way);
             EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), row.result);
             EXPECT_EQ(table.marks(), row.marks);
+        }
+    }
+}
+
+TEST_F(MatchKeys, EachRefusedRequestLeavesTheResult) {
+    Names columns;
+    for (int t = 0; t < 10; ++t) {
+        columns.push_back("b@" + std::to_string(t));
+        columns.push_back("a@" + std::to_string(t));
+    }
+    for (int64_t n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        const sample::XfdPointer xfd = with_key({"a", "b"});
+        Table table(columns);
+        table.table_count = 10;
+        const size_t blocks = ZMemoryBlocks(nullptr);
+        ZMemoryRefuse(n, 1);
+        EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 1);
+        const bool was_refused = ZMemoryRefused() != 0;
+        ZMemoryRefuse(0, 0);
+        for (const DbColumnInfo &one : table.all)
+            EXPECT_EQ(one.flags, uint32_t{DB_COLUMN_SET_ASIDE}) << one.match_name;
+        EXPECT_EQ(ZMemoryBlocks(nullptr), blocks);
+        if (!was_refused) {
+            EXPECT_GT(n, 3);
+            break;
         }
     }
 }
