@@ -36,6 +36,9 @@ constexpr auto kComponents = [] {
 // all of them, and far from the end of its type.
 constexpr int32_t kTooLarge = 1000000000;
 
+// Numbers of so many digits fit.
+constexpr int kPlainDigits = 9;
+
 // Decades: 174 stands for the 1740s.
 constexpr int32_t kFirstDecade = 174;
 constexpr int32_t kLastDecade = 215;
@@ -56,6 +59,21 @@ constexpr bool is_decade(char letter) {
 // is not 0 count as 0.  False for anything else; *at is then the character.
 bool read_number(const char *&at, int width, bool is_descending, int32_t *number) {
     int32_t value = 0;
+    if (width <= kPlainDigits && !is_descending) {
+        int i = 0;
+        for (; i < width; ++i) {
+            const int digit = static_cast<unsigned char>(at[i]) - '0';
+            if (static_cast<unsigned>(digit) > 9)
+                break;
+            value = value * 10 + digit;
+        }
+        if (i == width) {
+            at += width;
+            *number = value;
+            return true;
+        }
+        value = 0;
+    }
     bool is_leading = true;
     for (const char *end = at + width; at != end; ++at) {
         int digit = static_cast<unsigned char>(*at) - '0';
@@ -141,7 +159,8 @@ void correct_leap_year(DateParts *parts) {
     if (!is_leap_year(parts->year) || parts->month <= 2 ||
         !is_valid_date(*parts, kHasYear | kHasMonth))
         return;
-    DateTimeValue value = value_of(*parts);
+    DateTimeValue value;
+    set_value(*parts, &value);
     ZSubtractOneDay(&value);
     parts->year = value.year;
     parts->month = value.month;
@@ -202,23 +221,30 @@ bool number_of(DateRun run, const DateParts &parts, int32_t base_day, int32_t *n
     }
 }
 
+// The significant text, which runs from the first to the last character that is not
+// blank or is a decade, at the right end of the format's letters, with "0" in front.
+const char *align(const DateFormat &format, const char *text, size_t length,
+                  char (&aligned)[kMaxDateLetters]) {
+    const auto is_significant = [&](size_t i) {
+        return text[i] != ' ' || (format.decade_positions >> i & 1) != 0;
+    };
+    length = std::min<size_t>(length, format.length);
+    size_t first = 0;
+    while (first < length && !is_significant(first))
+        ++first;
+    while (length > first && !is_significant(length - 1))
+        --length;
+    const size_t missing = format.length - (length - first);
+    std::memset(aligned, '0', missing);
+    std::memcpy(aligned + missing, text + first, length - first);
+    return aligned;
+}
+
 }  // namespace
 
 DateParts parts_of(const DateTimeValue &value) {
     return {value.year,   value.month,  value.day,         value.hour,
             value.minute, value.second, value.microseconds};
-}
-
-DateTimeValue value_of(const DateParts &parts) {
-    DateTimeValue value{};
-    value.year = static_cast<int16_t>(parts.year);
-    value.month = static_cast<int8_t>(parts.month);
-    value.day = static_cast<int8_t>(parts.day);
-    value.hour = static_cast<int8_t>(parts.hour);
-    value.minute = static_cast<int8_t>(parts.minute);
-    value.second = static_cast<int8_t>(parts.second);
-    value.microseconds = parts.microseconds;
-    return value;
 }
 
 bool is_leap_year(int32_t year) {
@@ -282,27 +308,12 @@ bool is_valid_date(const DateParts &parts, uint8_t components) {
     }
 }
 
-bool parse_date(const DateFormat &format, const char *text, size_t length, int32_t base_day,
-                bool default_hour_is_noon, DateParts *parts) {
-    // The significant text runs from the first to the last character that is not
-    // blank, or is a decade.
-    const auto is_significant = [&](size_t i) {
-        return text[i] != ' ' || (format.decade_positions >> i & 1) != 0;
-    };
-    length = std::min<size_t>(length, format.length);
-    size_t first = 0;
-    while (first < length && !is_significant(first))
-        ++first;
-    while (length > first && !is_significant(length - 1))
-        --length;
-
+bool parse_date(const DateFormat &format, const char *text, size_t length, const ParseRules &rules,
+                DateParts *parts) {
     char aligned[kMaxDateLetters];
-    const size_t count = length - first;
-    if (count < format.length) {
-        std::memset(aligned, '0', format.length - count);
-        std::memcpy(aligned + format.length - count, text + first, count);
-        text = aligned;
-    }
+    // Nearly always the text fills its format.
+    if (length != format.length || length == 0 || text[0] == ' ' || text[length - 1] == ' ')
+        text = align(format, text, length, aligned);
 
     *parts = DateParts{};
     RunState state;
@@ -324,12 +335,12 @@ bool parse_date(const DateFormat &format, const char *text, size_t length, int32
         int32_t number = 0;
         if (!read_number(at, run->width, format.is_descending, &number))
             return bad_character(*at);
-        store_number(*run, number, base_day, &state, parts);
+        store_number(*run, number, rules.base_day, &state, parts);
     }
 
     if (state.has_day_of_year)
         correct_leap_year(parts);
-    if (default_hour_is_noon) {
+    if (rules.is_noon) {
         if (!format.has(kHasMonth))
             parts->month = 1;
         if (!format.has(kHasDay))
@@ -337,7 +348,7 @@ bool parse_date(const DateFormat &format, const char *text, size_t length, int32
         if (!format.has(kHasHour))
             parts->hour = 12;
     }
-    if (state.has_short_year || format.is_windowed)
+    if (state.has_short_year || rules.is_windowed)
         add_century(parts);
     return true;
 }

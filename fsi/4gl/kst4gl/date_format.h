@@ -40,8 +40,18 @@ struct DateParts {
 
 DateParts parts_of(const DateTimeValue &value);
 
-// Only of parts that fit: those of a valid date, and zeros.
-DateTimeValue value_of(const DateParts &parts);
+// Only of parts that fit: those of a valid date, and zeros.  Straight into its place:
+// a record that is filled and then copied waits for its own narrow members.
+inline void set_value(const DateParts &parts, DateTimeValue *value) {
+    value->year = static_cast<int16_t>(parts.year);
+    value->month = static_cast<int8_t>(parts.month);
+    value->day = static_cast<int8_t>(parts.day);
+    value->hour = static_cast<int8_t>(parts.hour);
+    value->minute = static_cast<int8_t>(parts.minute);
+    value->second = static_cast<int8_t>(parts.second);
+    value->hundredths = 0;
+    value->microseconds = parts.microseconds;
+}
 
 bool is_leap_year(int32_t year);
 
@@ -61,7 +71,6 @@ struct DateFormat {
     uint8_t components = 0;         // DateComponent bits
     uint32_t decade_positions = 0;  // bit i: character i is a decade
     bool is_descending = false;     // R occurs
-    bool is_windowed = false;       // short years get a century however written
 
     bool has(DateComponent component) const { return (components & component) != 0; }
 };
@@ -72,12 +81,17 @@ bool scan_date_format(const char *text, DateFormat *format);
 // Tells whether each of the components is in its range, and the day in its month.
 bool is_valid_date(const DateParts &parts, uint8_t components);
 
+struct ParseRules {
+    int32_t base_day = 0;      // day number from which J counts
+    bool is_windowed = false;  // years below 100 get a century however written
+    bool is_noon = false;      // hours that the format does not name are 12
+};
+
 // Reads the `length` characters of a text, aligned with the format's right end;
 // what is missing on the left counts as "0".  The components may still be
 // invalid.  False for a character that cannot stand where it does.
-//   base_day  day number from which J counts
-bool parse_date(const DateFormat &format, const char *text, size_t length, int32_t base_day,
-                bool default_hour_is_noon, DateParts *parts);
+bool parse_date(const DateFormat &format, const char *text, size_t length, const ParseRules &rules,
+                DateParts *parts);
 
 // Year, month and day that the format does not name become 1901, 1 and 1.
 void complete_date(const DateFormat &format, DateParts *parts);

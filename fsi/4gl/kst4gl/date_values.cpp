@@ -48,11 +48,11 @@ bool parse_value(std::string_view text, DateTimeValue *value) {
     DateFormat format;
     DateParts parts;
     if (!scan_date_format(letters, &format) ||
-        !parse_date(format, text.data(), text.size(), 0, false, &parts) ||
+        !parse_date(format, text.data(), text.size(), {}, &parts) ||
         !is_valid_date(parts, format.components))
         return false;
     complete_date(format, &parts);
-    *value = value_of(parts);
+    set_value(parts, value);
     return true;
 }
 

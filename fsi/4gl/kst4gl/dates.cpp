@@ -32,8 +32,8 @@ struct Conversion {
     DateTimeValue *value;
     int32_t date_value;
     bool replaces_illegal;
-    DateFormat format;
-    int32_t base_day;
+    const DateFormat &format;
+    ParseRules rules;
     char *text;  // room for kMaxDateLetters and a zero byte, format.length used
 };
 
@@ -71,7 +71,7 @@ bool replace_illegal(const Conversion &call, DateFormat *replacement, DateParts 
         return false;
     }
     const auto components = static_cast<uint8_t>(call.format.components | replacement->components);
-    return parse_date(*replacement, digits, length, call.base_day, false, parts) &&
+    return parse_date(*replacement, digits, length, {call.rules.base_day, false, false}, parts) &&
            is_valid_date(*parts, components);
 }
 
@@ -102,7 +102,7 @@ const char *read_field(Conversion *call) {
             date_of_contents(call->field, is_text ? call->text : nullptr, format.length)) {
         const DateParts parts = parts_of(*special);
         if ((!call->replaces_illegal && !is_valid_date(parts, format.components)) ||
-            !format_date(format, parts, call->base_day, call->text))
+            !format_date(format, parts, call->rules.base_day, call->text))
             return kFailed;
     } else if (!is_text) {
         return kFailed;
@@ -114,8 +114,7 @@ const char *read_field(Conversion *call) {
     DateParts parts;
     DateFormat replacement;
     const DateFormat *used = &format;
-    if (!parse_date(format, call->text, format.length, call->base_day, call->date_value == -1,
-                    &parts))
+    if (!parse_date(format, call->text, format.length, call->rules, &parts))
         return kFailed;
     if (!is_valid_date(parts, format.components)) {
         if (const DateTimeValue *invalid = special_date(SpecialDate::kInvalid)) {
@@ -127,7 +126,7 @@ const char *read_field(Conversion *call) {
         }
     }
     complete_date(*used, &parts);
-    *call->value = value_of(parts);
+    set_value(parts, call->value);
     trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d:%06d", parts);
     return kDone;
 }
@@ -139,7 +138,7 @@ bool is_zero_date(const DateTimeValue &value, int32_t date_value) {
 }
 
 bool format_traced(const Conversion &call, const DateParts &parts) {
-    if (!format_date(call.format, parts, call.base_day, call.text))
+    if (!format_date(call.format, parts, call.rules.base_day, call.text))
         return false;
     if (f_trace != 0)
         ZTrace(0, kDateTraceCategory, "%s: '%s'", kDateTraceName, call.text);
@@ -171,39 +170,61 @@ const char *write_field(Conversion *call) {
         return kFailed;
     }
     if (!is_valid)
-        value = value_of(parts);
+        set_value(parts, &value);
     return kDone;
 }
 
-// The format given, or the one that the type of the field stands for.
-bool choose_format(const char *text, uint16_t type, DateFormat *format) {
+// The format given, or the one that the type of the field stands for; null for
+// none.
+const char *choose_format(const char *text, uint16_t type, bool *is_windowed) {
     if (text != nullptr && *text != '\0')
-        return scan_date_format(text, format);
+        return text;
     if (type == kShortDateType) {
-        format->is_windowed = true;
-        return scan_date_format("YYMMDD", format);
+        *is_windowed = true;
+        return "YYMMDD";
     }
     if (type == kLongDateType) {
-        format->is_windowed = ZCGetValueBool("4GL_8_DIGIT_CUTOFF", 0) != 0;
-        return scan_date_format("YYYYMMDD", format);
+        *is_windowed = ZCGetValueBool("4GL_8_DIGIT_CUTOFF", 0) != 0;
+        return "YYYYMMDD";
     }
-    return false;
+    return nullptr;
 }
 
-const char *convert(Conversion *call, const char *format, int direction) {
+// What a format says, remembered from one call to the next: the records of a file
+// ask for the same few over and over.  Null for a format that has too many letters.
+const DateFormat *scanned_format(const char *text) {
+    static char letters[kMaxDateLetters + 1];
+    static DateFormat format;
+    if (std::strcmp(text, letters) == 0)
+        return &format;
+    letters[0] = '\0';
+    format = DateFormat();
+    const size_t length = strnlen(text, kMaxDateLetters + 1);
+    if (length > kMaxDateLetters)
+        return nullptr;
+    std::memcpy(letters, text, length + 1);
+    scan_date_format(letters, &format);
+    return &format;
+}
+
+const char *convert(Conversion *call, int direction) {
+    return direction == Z4_DATE_FROM_FIELD ? read_field(call)
+           : direction == Z4_DATE_TO_FIELD ? write_field(call)
+                                           : kFailed;
+}
+
+const char *convert(const ZArgument &field, DateTimeValue *value, const char *letters,
+                    int direction, int32_t date_value, bool replaces_illegal, char *text) {
     // So that a failure of any kind leaves the same field.
-    const bool is_writable = direction != Z4_DATE_TO_FIELD || write_zero(call->field);
-    if (!choose_format(format, call->field.a_type, &call->format) ||
-        !julian_base_day(&call->base_day) || !is_writable)
+    const bool is_writable = direction != Z4_DATE_TO_FIELD || write_zero(field);
+    ParseRules rules;
+    rules.is_noon = date_value == -1;
+    letters = choose_format(letters, field.a_type, &rules.is_windowed);
+    const DateFormat *format = letters == nullptr ? nullptr : scanned_format(letters);
+    if (format == nullptr || !julian_base_day(&rules.base_day) || !is_writable)
         return kFailed;
-    switch (direction) {
-        case Z4_DATE_FROM_FIELD:
-            return read_field(call);
-        case Z4_DATE_TO_FIELD:
-            return write_field(call);
-        default:
-            return kFailed;
-    }
+    Conversion call{field, value, date_value, replaces_illegal, *format, rules, text};
+    return convert(&call, direction);
 }
 
 int refuse_memory() {
@@ -238,8 +259,8 @@ int Z4ConvertDateTime(const XfdArgument *field, DateTimeValue *dtr, const char *
         dtr->microseconds = dtr->hundredths * 10000;
         dtr->hundredths = 0;
     }
-    Conversion call{*field, dtr, date_value, use_illegal != 0, {}, 0, text.get()};
-    const char *outcome = convert(&call, format, direction);
+    const char *outcome =
+        convert(*field, dtr, format, direction, date_value, use_illegal != 0, text.get());
     if (outcome == kFailed) {
         const DateTimeValue *null_date = special_date(SpecialDate::kNull);
         if (direction == Z4_DATE_FROM_FIELD)

@@ -24,7 +24,8 @@ int32_t day_number(int32_t year, int32_t month, int32_t day) {
     parts.year = year;
     parts.month = month;
     parts.day = day;
-    const DateTimeValue value = value_of(parts);
+    DateTimeValue value;
+    set_value(parts, &value);
     return ZDTRToJulian(&value);
 }
 
