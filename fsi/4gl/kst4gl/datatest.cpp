@@ -157,9 +157,9 @@ int sign_of_difference(signed char a, signed char b) {
 
 namespace fsi {
 
-int compare_text(const char *data, size_t size, const char *text, size_t limit) {
+int compare_text(const char *data, size_t size, const char *text) {
     const size_t compared = std::min(size, kMaxComparedBytes);
-    const size_t length = strnlen(text, std::min(compared, limit));
+    const size_t length = strnlen(text, compared);
     if (const int order = std::memcmp(data, text, length); order != 0)
         return order;
 
@@ -240,10 +240,9 @@ int Z4TestNullValue(XfdField *field, XfdCvtInfo *cvt, const unsigned char *recor
 }
 
 int Z4Compare(const char *a, const char *b, int len) {
-    if (f_trace != 0) {
-        const int shown = std::max(len, 0);
-        ZTrace(1, fsi::kDataTraceCategory, "%s '%.*s' vs. '%.*s'", "Z4Compare", shown, a, shown, b);
-    }
+    len = std::max(len, 0);
+    if (f_trace != 0)
+        ZTrace(1, fsi::kDataTraceCategory, "%s '%.*s' vs. '%.*s'", "Z4Compare", len, a, len, b);
     bool inverted = false;
     if (*a == '-') {
         if (*b != '-')

@@ -19,15 +19,15 @@ inline constexpr int kDataTraceCategory = 6;
 inline constexpr size_t kMaxComparedBytes = 50;
 
 // Orders data of `size` bytes against a text: negative, 0 or positive.  The text
-// ends at its zero byte, or at `limit` bytes, and counts as followed by zero bytes.
+// counts as followed by zero bytes; at most kMaxComparedBytes of both are read.
 // Data that begins with the text and ends in a space within the compared bytes is
 // equal to it, whatever lies between.
-int compare_text(const char *data, size_t size, const char *text, size_t limit = kMaxComparedBytes);
+int compare_text(const char *data, size_t size, const char *text);
 
 // Orders the number that `source` describes against a text of sign and digits, by
-// its digits and scale; as compare_text the text counts as followed by zero bytes.
-// What the host does not convert is compared as the host left it: nothing, or the
-// digits that fit.
+// its digits and scale; the text, of `limit` bytes at most, counts as followed by zero
+// bytes.  What the host does not convert is compared as the host left it: nothing, or
+// the digits that fit.
 int compare_number(const XfdArgument &source, const XfdCvtInfo *settings, const char *text,
                    size_t limit = SIZE_MAX);
 
