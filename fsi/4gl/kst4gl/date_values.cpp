@@ -226,6 +226,8 @@ bool matches(const DateTimeValue *special_value, const DateTimeValue &value,
 
 }  // namespace
 
+bool has_special_contents;
+
 bool load_special_dates() {
     if (special.are_loaded)
         return true;
@@ -240,6 +242,9 @@ bool load_special_dates() {
     }
     special.nines_are_high_values = ZCGetValueBool("PLEX_DATE_MAX_HIGH_VALUES", 0) != 0;
     special.zeros_are_low_values = ZCGetValueBool("PLEX_DATE_MIN_LOW_VALUES", 0) != 0;
+    has_special_contents = special_date(SpecialDate::kZero) != nullptr ||
+                           special_date(SpecialDate::kNine) != nullptr ||
+                           special_date(SpecialDate::kInvalid) != nullptr;
     special.are_loaded = true;
     return true;
 }
@@ -247,6 +252,7 @@ bool load_special_dates() {
 void release_special_dates() {
     for (DateTimeValue *&date : special.dates)
         Block<DateTimeValue>(std::exchange(date, nullptr)).reset();
+    has_special_contents = false;
     special.are_loaded = false;
 }
 
@@ -258,8 +264,6 @@ const DateTimeValue *date_of_contents(const ZArgument &field, const char *text, 
     const DateTimeValue *zero = special_date(SpecialDate::kZero);
     const DateTimeValue *nine = special_date(SpecialDate::kNine);
     const DateTimeValue *invalid = special_date(SpecialDate::kInvalid);
-    if (zero == nullptr && nine == nullptr && invalid == nullptr)
-        return nullptr;
     if (field.a_address == 0 && field.a_size != 0)
         return nullptr;
 

@@ -28,6 +28,9 @@ void release_special_dates();
 // members are zero.
 const DateTimeValue *special_date(SpecialDate which);
 
+// Whether any of ZERO, NINE and INVALID is configured; asked at each conversion.
+extern bool has_special_contents;
+
 // The date that the field's contents stand for, of ZERO, NINE and INVALID; null
 // when they are not special or what they are is not configured.
 //   text, length   the field's text under its format; null when it has none

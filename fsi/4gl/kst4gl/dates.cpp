@@ -33,7 +33,7 @@ struct Conversion {
     int32_t date_value;
     bool replaces_illegal;
     const DateFormat &format;
-    ParseRules rules;
+    const ParseRules &rules;
     char *text;  // room for kMaxDateLetters and a zero byte, format.length used
 };
 
@@ -98,8 +98,9 @@ const char *read_field(Conversion *call) {
     const bool is_text = ZconvertData(&dest, &source, 1, nullptr) != 0;
     call->text[format.length] = '\0';
 
-    if (const DateTimeValue *special =
-            date_of_contents(call->field, is_text ? call->text : nullptr, format.length)) {
+    const DateTimeValue *special = nullptr;
+    if (has_special_contents &&
+        (special = date_of_contents(call->field, is_text ? call->text : nullptr, format.length))) {
         const DateParts parts = parts_of(*special);
         if ((!call->replaces_illegal && !is_valid_date(parts, format.components)) ||
             !format_date(format, parts, call->rules.base_day, call->text))
