@@ -34,7 +34,6 @@ constexpr SpecialVariable kVariables[kSpecialDates] = {
 
 struct {
     DateTimeValue *dates[kSpecialDates];  // owned
-    bool are_loaded;
     bool nines_are_high_values;
     bool zeros_are_low_values;
 } special;
@@ -226,11 +225,10 @@ bool matches(const DateTimeValue *special_value, const DateTimeValue &value,
 
 }  // namespace
 
+bool special_dates_are_loaded;
 bool has_special_contents;
 
 bool load_special_dates() {
-    if (special.are_loaded)
-        return true;
     // Nobody has declared the variables: there is nothing to remember.
     if (ZCGetValueBool("PLEX_DATE_MAX_HIGH_VALUES", -1) == -1)
         return true;
@@ -245,7 +243,7 @@ bool load_special_dates() {
     has_special_contents = special_date(SpecialDate::kZero) != nullptr ||
                            special_date(SpecialDate::kNine) != nullptr ||
                            special_date(SpecialDate::kInvalid) != nullptr;
-    special.are_loaded = true;
+    special_dates_are_loaded = true;
     return true;
 }
 
@@ -253,7 +251,7 @@ void release_special_dates() {
     for (DateTimeValue *&date : special.dates)
         Block<DateTimeValue>(std::exchange(date, nullptr)).reset();
     has_special_contents = false;
-    special.are_loaded = false;
+    special_dates_are_loaded = false;
 }
 
 const DateTimeValue *special_date(SpecialDate which) {

@@ -17,7 +17,10 @@ namespace fsi {
 enum class SpecialDate { kInvalid, kNine, kNull, kZero };
 constexpr int kSpecialDates = 4;
 
-// Reads the configuration unless it was read since Z4Init.  False without memory,
+// Whether the configuration was read since Z4Init; asked at each conversion.
+extern bool special_dates_are_loaded;
+
+// Reads the configuration.  False without memory,
 // and nothing is kept then.
 bool load_special_dates();
 

@@ -34,7 +34,7 @@ struct Conversion {
     bool replaces_illegal;
     const DateFormat &format;
     const ParseRules &rules;
-    char *text;  // room for kMaxDateLetters and a zero byte, format.length used
+    char *text;  // room for a sign, kMaxDateLetters and a zero byte, format.length used
 };
 
 constexpr const char *kDone = "Leaving, 1";
@@ -91,11 +91,31 @@ ZArgument significant_part(const ZArgument &field, size_t length) {
     return part;
 }
 
+// The digits of a whole number as the host gives them fastest, sign and digits, which
+// read like its text; call->text is then behind the sign.  False for what is not as
+// simple as that, and when the text is to be traced.
+bool read_plain_number(Conversion *call) {
+    constexpr uint16_t kLastPackedType = 10;
+    constexpr uint16_t kSignAndDigits = 4;
+    const ZArgument &field = call->field;
+    const uint8_t length = call->format.length;
+    if (field.a_type == 0 || field.a_type > kLastPackedType || field.a_scale != 0 ||
+        call->format.decade_positions != 0 || f_trace != 0)
+        return false;
+    ZArgument dest = text_argument(call->text, length + size_t{1});
+    dest.a_type = kSignAndDigits;
+    dest.a_digits = length;
+    if (ZconvertData(&dest, &field, 1, nullptr) == 0 || call->text[0] != '+')
+        return false;
+    ++call->text;
+    return true;
+}
+
 const char *read_field(Conversion *call) {
     const DateFormat &format = call->format;
     const ZArgument source = significant_part(call->field, format.length);
     const ZArgument dest = text_argument(call->text, format.length);
-    const bool is_text = ZconvertData(&dest, &source, 1, nullptr) != 0;
+    const bool is_text = read_plain_number(call) || ZconvertData(&dest, &source, 1, nullptr) != 0;
     call->text[format.length] = '\0';
 
     const DateTimeValue *special = nullptr;
@@ -126,7 +146,8 @@ const char *read_field(Conversion *call) {
             return kFailed;
         }
     }
-    complete_date(*used, &parts);
+    if ((used->components & kHasWholeDate) != kHasWholeDate)
+        complete_date(*used, &parts);
     set_value(parts, call->value);
     trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d:%06d", parts);
     return kDone;
@@ -249,10 +270,10 @@ int Z4ConvertDateTime(const XfdArgument *field, DateTimeValue *dtr, const char *
         return 0;
     if (f_trace != 0)
         ZTrace(1, kDateTraceCategory, "%s", kDateTraceName);
-    if (!load_special_dates())
+    if (!special_dates_are_loaded && !load_special_dates())
         return refuse_memory();
     const Block<char> text(
-        static_cast<char *>(Zmalloc(kMaxDateLetters + 1, "Temp date string", kSource)));
+        static_cast<char *>(Zmalloc(kMaxDateLetters + 2, "Temp date string", kSource)));
     if (!text)
         return refuse_memory();
 
