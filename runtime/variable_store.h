@@ -45,7 +45,7 @@ struct Variable {
     Indicator *indicators;
     const char *text;  // in force: a given one or the row's, null for none
     int32_t number;    // in force
-    char *name;        // folded, for comparing
+    char *name;        // folded, for comparing; zero bytes up to a whole word
 };
 
 // Names compare without case, "-" equals "_".
@@ -55,7 +55,8 @@ Variable *find_variable(const char *name);
 // long and when memory was refused.
 Variable *need_variable(const char *name);
 
-// The same with a variable of the caller's in the place of a new one.
+// The same with a variable of the caller's in the place of a new one, and room for
+// its name up to a whole word.
 void adopt_variable(Variable *variable, char *name_room, const char *name);
 
 // Gives back a variable that has neither row nor given texts; else no change.

@@ -16,9 +16,13 @@ typedef struct DbColumnInfo {
     int32_t field_num;   /* index of the matching field; -1: none */
     char reserved[58];
     uint16_t table_num; /* table that the column belongs to, 0 .. table_count - 1 */
-    uint32_t flags;     /* bit 1: set aside, not matched with fields */
+    uint32_t flags;     /* DB_COLUMN_... */
     char reserved_behind[4];
 } DbColumnInfo;
+
+/* Bits of DbColumnInfo.flags.  A column that is set aside is not matched with
+ * fields: a copy of a key column, or one that no field stands for. */
+enum { DB_COLUMN_SET_ASIDE = 2 };
 
 /* One table. */
 typedef struct DbTableInfo {

@@ -7,22 +7,38 @@
  *   accessors.h   its properties
  *   keys.h        record keys, column names
  *   locate.h      names and paths of files
+ *   datatest.h    what a field holds
+ *   conditions.h  which record type a record has
  *   where.h       the extra where clause of a program
  *   dateformat.h  validation of date formats
+ *   dates.h       date fields
  *   table.h       the table description of a database interface
+ *   compare.h     two descriptions side by side
+ *   match.h       a description and what is really there
+ *   errmap.h      errors of databases as errors of files
+ *   suffixes.h    extensions that tables do not carry
+ *   trace.h       cursors and transactions in the trace
  * The library is used from one thread at a time. */
 #ifndef WBFSI_WBFSI_H
 #define WBFSI_WBFSI_H
 
 #include "wbfsi/accessors.h"
 #include "wbfsi/build.h"
+#include "wbfsi/compare.h"
+#include "wbfsi/conditions.h"
+#include "wbfsi/datatest.h"
 #include "wbfsi/dateformat.h"
+#include "wbfsi/dates.h"
+#include "wbfsi/errmap.h"
 #include "wbfsi/keys.h"
 #include "wbfsi/lifecycle.h"
 #include "wbfsi/load.h"
 #include "wbfsi/locate.h"
+#include "wbfsi/match.h"
 #include "wbfsi/records.h"
+#include "wbfsi/suffixes.h"
 #include "wbfsi/table.h"
+#include "wbfsi/trace.h"
 #include "wbfsi/where.h"
 
 #endif

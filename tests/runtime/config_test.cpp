@@ -774,4 +774,26 @@ TEST_F(Config, ARefusedFileSaysSo) {
     }
 }
 
+// Whatever the byte, whatever its place in the name.
+TEST_F(Config, EveryByteOfANameIsFoldedByItself) {
+    for (size_t length : {3U, 4U, 8U, 19U}) {
+        for (size_t at = 0; at < length; ++at) {
+            for (int c = 1; c < 256; ++c) {
+                std::string written = std::string("@`[{zA^m~qBp,.8_KLMN").substr(0, length);
+                std::string folded = std::string("@`[{ZA^M~QBP,.8_KLMN").substr(0, length);
+                written[at] = static_cast<char>(c);
+                folded[at] = static_cast<char>(c == '-'               ? '_'
+                                               : c >= 'a' && c <= 'z' ? c - ('a' - 'A')
+                                                                      : c);
+                const ZCVariable row = {folded.c_str(), 6, 77, nullptr, 0, nullptr, 0};
+                ASSERT_EQ(ZCDefineVariables(&row, 1, 0), 1);
+                EXPECT_EQ(ZCGetValueLong(written.c_str(), 0), 77) << written;
+                written[at] = static_cast<char>(c == '!' ? '#' : '!');
+                EXPECT_EQ(ZCGetValueLong(written.c_str(), 0), 0) << folded;
+                ZCUndefineVariables(&row, 1, 0);
+            }
+        }
+    }
+}
+
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <iterator>
 
+#include "fsi/4gl/kst4gl/date_values.h"
 #include "fsi/4gl/kst4gl/dbmap.h"
 #include "fsi/4gl/kst4gl/load.h"
 #include "fsi/base/variables.h"
@@ -78,6 +79,7 @@ int Z4Init() {
 }
 
 int Z4Exit() {
+    fsi::release_special_dates();
     ZCUndefineVariables(fsi::kVariables, std::size(fsi::kVariables), 0);
     return 0;
 }

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "host/config.h"
+#include "host/memory.h"
+#include "tests/fsi/spies.h"
 #include "wbfsi/lifecycle.h"
 
 namespace {
@@ -45,6 +47,153 @@ TEST(WhereConstraint, OneByteOverTheTextHurtsTheGuardAlone) {
     EXPECT_NE(buffer(), armed());
     Z4FillWhereMagic();
     EXPECT_EQ(buffer(), armed());
+}
+
+class ExtraWhere : public testing::Test {
+ protected:
+    void SetUp() override {
+        Z4Init();
+        Z4FillWhereMagic();
+    }
+    void TearDown() override {
+        Zfree(where_);
+        Z4Exit();
+        EXPECT_EQ(ZMemoryBlocks("Extra where clause"), 0U);
+    }
+
+    static void write(const std::string &text) {
+        std::memcpy(Z4GLWhereConstraintAddr(), text.data(), text.size());
+    }
+    static void set(const char *text) { ZCSetValueRaw("4GL_WHERE_CONSTRAINT", 0, text); }
+    // The caller's clause after a check, "null" without one, and the last trace line.
+    std::string check() {
+        const spies::TraceLevel level(1);
+        spies::traces.clear();
+        Z4CheckExtraWhere(&where_);
+        EXPECT_EQ(spies::traces.front(), "+1 6 Z4CheckExtraWhere");
+        const std::string last = spies::traces.back();
+        spies::traces.clear();
+        return (where_ == nullptr ? "null" : where_) + (" " + last);
+    }
+
+    char *where_ = nullptr;
+};
+
+TEST_F(ExtraWhere, TextOfTheBufferIsUsedOnce) {
+    write("balance > 0 and name <> ' '   ");
+    EXPECT_EQ(check(), "balance > 0 and name <> ' ' -1 6 Leaving, new constraint");
+    EXPECT_EQ(buffer(), armed());
+    EXPECT_EQ(check(), "null -1 6 Leaving, no constraint");
+    EXPECT_EQ(check(), "null -1 6 Leaving, no constraint");
+}
+
+TEST_F(ExtraWhere, VariableComesFirst) {
+    write("in the buffer");
+    set("in the variable");
+    EXPECT_EQ(check(), "in the variable -1 6 Leaving, new constraint");
+    EXPECT_STREQ(ZCGetValueString("4GL_WHERE_CONSTRAINT"), "");
+    EXPECT_EQ(buffer(), armed());
+    EXPECT_EQ(check(), "null -1 6 Leaving, no constraint");
+    set(" x ");
+    EXPECT_EQ(check(), " x  -1 6 Leaving, new constraint");
+    set("y");
+    EXPECT_EQ(check(), "y -1 6 Leaving, new constraint");
+}
+
+TEST_F(ExtraWhere, SameTextAgainStays) {
+    write("same one");
+    check();
+    const char *before = where_;
+    write("same one");
+    EXPECT_EQ(check(), "same one -1 6 Leaving, no change");
+    EXPECT_EQ(where_, before);
+    EXPECT_EQ(buffer(), armed());
+    set("same one");
+    EXPECT_EQ(check(), "same one -1 6 Leaving, no change");
+    EXPECT_EQ(where_, before);
+    write("another");
+    EXPECT_EQ(check(), "another -1 6 Leaving, new constraint");
+    EXPECT_EQ(check(), "null -1 6 Leaving, no constraint");
+}
+
+TEST_F(ExtraWhere, BlanksAndZeroBytesBehindTheTextDoNotCount) {
+    struct Row {
+        const char *name;
+        std::string text;
+        const char *expected;
+    };
+    const Row rows[] = {
+        {"blanks", std::string(20, ' '), "null"},
+        {"zero bytes", std::string(32750, '\0'), "null"},
+        {"one character", "x", "null"},
+        {"one character and a zero byte", std::string("x\0", 2), "null"},
+        {"two characters", "xy", "xy"},
+        {"a blank and one character", " x", " x"},
+        {"zero byte and blanks behind", std::string("xy\0 \0", 5), "xy"},
+        {"text behind a zero byte", std::string("xy\0z", 4), "xy"},
+        {"a zero byte and one character", std::string("\0x", 2), "null"},
+        {"other white space", "xy\t\n", "xy\t\n"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        Z4FillWhereMagic();
+        Zfree(where_);
+        where_ = nullptr;
+        write(row.text);
+        check();
+        EXPECT_STREQ(where_ == nullptr ? "null" : where_, row.expected);
+    }
+}
+
+TEST_F(ExtraWhere, NoTextLeavesAnEmptyBuffer) {
+    write("x");
+    check();
+    std::string expected = armed();
+    expected[0] = '\0';
+    EXPECT_EQ(buffer(), expected);
+    write("next");
+    EXPECT_EQ(check(), "next -1 6 Leaving, new constraint");
+}
+
+TEST_F(ExtraWhere, LongestTextLeavesASpace) {
+    write(std::string(32749, 'x'));
+    check();
+    EXPECT_EQ(std::string(where_), std::string(32749, 'x'));
+    // Its end falls on the guard.
+    write(std::string(32750, 'y'));
+    EXPECT_EQ(check(), std::string(32749, 'x') + " -1 6 Leaving, guard overwritten");
+    EXPECT_EQ(buffer(), armed());
+}
+
+TEST_F(ExtraWhere, DamagedGuardDiscardsEverythingButTheClause) {
+    for (size_t i = XFD_WHERE_TEXT_BYTES; i < XFD_WHERE_BUFFER_BYTES; ++i) {
+        SCOPED_TRACE(i);
+        set("kept");
+        check();
+        write("discarded");
+        set("discarded, too");
+        Z4GLWhereConstraintAddr()[i] ^= 1;
+        EXPECT_EQ(check(), "kept -1 6 Leaving, guard overwritten");
+        EXPECT_EQ(buffer(), armed());
+        EXPECT_STREQ(ZCGetValueString("4GL_WHERE_CONSTRAINT"), "");
+    }
+}
+
+TEST_F(ExtraWhere, VariableThatNobodyDeclaredIsNone) {
+    Z4Exit();
+    write("buffer");
+    EXPECT_EQ(check(), "buffer -1 6 Leaving, new constraint");
+    Z4Init();
+}
+
+TEST_F(ExtraWhere, SilentWithoutTracing) {
+    spies::traces.clear();
+    write("quiet");
+    Z4CheckExtraWhere(&where_);
+    Z4CheckExtraWhere(&where_);
+    Z4GLWhereConstraintAddr()[XFD_WHERE_TEXT_BYTES] = 0;
+    Z4CheckExtraWhere(&where_);
+    EXPECT_EQ(spies::take_traces(), "");
 }
 
 }  // namespace

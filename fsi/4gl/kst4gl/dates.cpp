@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: MIT
+//
+// Date fields of records and date-time records, in both directions.
+#include "wbfsi/dates.h"
+
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+#include "fsi/4gl/kst4gl/date_format.h"
+#include "fsi/4gl/kst4gl/date_values.h"
+#include "fsi/4gl/kst4gl/julian.h"
+#include "fsi/4gl/kst4gl/model.h"
+#include "fsi/base/owner.h"
+#include "host/config.h"
+#include "host/data.h"
+#include "host/errors.h"
+#include "host/messages.h"
+#include "wbfsi/accessors.h"
+
+namespace fsi {
+namespace {
+
+constexpr int16_t kNoMemory = 14;
+
+constexpr uint16_t kShortDateType = 6;
+constexpr uint16_t kLongDateType = 8;
+
+// One call.  Its outcome is a leaving line of the trace, null for a failure.
+struct Conversion {
+    const ZArgument &field;
+    DateTimeValue *value;
+    int32_t date_value;
+    bool replaces_illegal;
+    const DateFormat &format;
+    const ParseRules &rules;
+    char *text;  // room for a sign, kMaxDateLetters and a zero byte, format.length used
+};
+
+constexpr const char *kDone = "Leaving, 1";
+constexpr const char *kFailed = nullptr;
+
+void trace_parts(const char *format, const DateParts &parts) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    if (f_trace != 0)
+        ZTrace(0, kDateTraceCategory, format, kDateTraceName, parts.year, parts.month, parts.day,
+               parts.hour, parts.minute, parts.second, parts.microseconds);
+#pragma GCC diagnostic pop
+}
+
+// What a date that does not exist becomes: the caller's replacement, in a format
+// that its number of digits picks.  *replacement is that format.  False when there
+// is none, or it does not exist either.
+bool replace_illegal(const Conversion &call, DateFormat *replacement, DateParts *parts) {
+    if (!call.replaces_illegal || ZCGetValueBool("4GL_CONVERT_DATES", 1) == 0)
+        return false;
+    char digits[16] = {};
+    const char *end = std::to_chars(digits, digits + sizeof digits - 1, call.date_value).ptr;
+    const auto length = static_cast<size_t>(end - digits);
+    const char *letters = nullptr;
+    if (length == call.format.length) {
+        *replacement = call.format;
+    } else if (length == 6 || length == 8) {
+        letters = length == 6 ? "YYMMDD" : "YYYYMMDD";
+        *replacement = DateFormat();
+        scan_date_format(letters, replacement);
+    } else {
+        if (f_trace != 0)
+            ZTrace(0, kDateTraceCategory, "Invalid value for ILLEGAL-DATE-VALUE: %s", digits);
+        return false;
+    }
+    const auto components = static_cast<uint8_t>(call.format.components | replacement->components);
+    return parse_date(*replacement, digits, length, {call.rules.base_day, false, false}, parts) &&
+           is_valid_date(*parts, components);
+}
+
+// A text field wider than its format is cut on the right; of one that is justified
+// right the blanks on the left go first.
+ZArgument significant_part(const ZArgument &field, size_t length) {
+    ZArgument part = field;
+    const bool is_right_justified = field.a_type == 17 || field.a_type == 19;
+    const auto *bytes = reinterpret_cast<const char *>(field.a_address);
+    if (is_right_justified && bytes != nullptr) {
+        while (part.a_size > length && *bytes == ' ') {
+            ++bytes;
+            --part.a_size;
+        }
+        part.a_address = reinterpret_cast<uintptr_t>(bytes);
+    }
+    return part;
+}
+
+// The digits of a whole number as the host gives them fastest, sign and digits, which
+// read like its text; call->text is then behind the sign.  False for what is not as
+// simple as that, and when the text is to be traced.
+bool read_plain_number(Conversion *call) {
+    constexpr uint16_t kLastPackedType = 10;
+    constexpr uint16_t kSignAndDigits = 4;
+    const ZArgument &field = call->field;
+    const uint8_t length = call->format.length;
+    if (field.a_type == 0 || field.a_type > kLastPackedType || field.a_scale != 0 ||
+        call->format.decade_positions != 0 || f_trace != 0)
+        return false;
+    ZArgument dest = text_argument(call->text, length + size_t{1});
+    dest.a_type = kSignAndDigits;
+    dest.a_digits = length;
+    if (ZconvertData(&dest, &field, 1, nullptr) == 0 || call->text[0] != '+')
+        return false;
+    ++call->text;
+    return true;
+}
+
+const char *read_field(Conversion *call) {
+    const DateFormat &format = call->format;
+    const ZArgument source = significant_part(call->field, format.length);
+    const ZArgument dest = text_argument(call->text, format.length);
+    const bool is_text = read_plain_number(call) || ZconvertData(&dest, &source, 1, nullptr) != 0;
+    call->text[format.length] = '\0';
+
+    const DateTimeValue *special = nullptr;
+    if (has_special_contents &&
+        (special = date_of_contents(call->field, is_text ? call->text : nullptr, format.length))) {
+        const DateParts parts = parts_of(*special);
+        if ((!call->replaces_illegal && !is_valid_date(parts, format.components)) ||
+            !format_date(format, parts, call->rules.base_day, call->text))
+            return kFailed;
+    } else if (!is_text) {
+        return kFailed;
+    }
+    if (f_trace != 0)
+        ZTrace(0, kDateTraceCategory, "%s: '%s', '%*s'", kDateTraceName, format.text,
+               static_cast<int>(format.length), call->text);
+
+    DateParts parts;
+    DateFormat replacement;
+    const DateFormat *used = &format;
+    if (!parse_date(format, call->text, format.length, call->rules, &parts))
+        return kFailed;
+    if (!is_valid_date(parts, format.components)) {
+        if (const DateTimeValue *invalid = special_date(SpecialDate::kInvalid)) {
+            parts = parts_of(*invalid);
+        } else if (replace_illegal(*call, &replacement, &parts)) {
+            used = &replacement;
+        } else {
+            return kFailed;
+        }
+    }
+    if ((used->components & kHasWholeDate) != kHasWholeDate)
+        complete_date(*used, &parts);
+    set_value(parts, call->value);
+    trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d:%06d", parts);
+    return kDone;
+}
+
+bool is_zero_date(const DateTimeValue &value, int32_t date_value) {
+    return value.year == date_value / 10000 && value.month == date_value / 100 % 100 &&
+           value.day == date_value % 100 && value.hour == 0 && value.minute == 0 &&
+           value.second == 0 && value.microseconds == 0;
+}
+
+bool format_traced(const Conversion &call, const DateParts &parts) {
+    if (!format_date(call.format, parts, call.rules.base_day, call.text))
+        return false;
+    if (f_trace != 0)
+        ZTrace(0, kDateTraceCategory, "%s: '%s'", kDateTraceName, call.text);
+    return true;
+}
+
+// The field holds "0" already.
+const char *write_field(Conversion *call) {
+    DateTimeValue &value = *call->value;
+    if (is_zero_date(value, call->date_value) && ZCGetValueBool("4GL_CONVERT_DATE_ZERO", 1) != 0)
+        return "Leaving, date = invalid-date-value";
+    if (write_special_contents(call->field, value, call->format))
+        return "Leaving, date = boundary-date-value";
+
+    DateParts parts = parts_of(value);
+    trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d.%06d", parts);
+    const bool is_valid = is_valid_date(parts, call->format.components);
+    if ((!is_valid && !call->replaces_illegal) || !format_traced(*call, parts))
+        return kFailed;
+    if (!is_valid) {
+        DateFormat replacement;
+        if (!replace_illegal(*call, &replacement, &parts) || !format_traced(*call, parts))
+            return kFailed;
+    }
+    const ZArgument source = text_argument(call->text, call->format.length);
+    if (ZconvertData(&call->field, &source, 1, nullptr) == 0) {
+        // Part of a number may have arrived.
+        write_zero(call->field);
+        return kFailed;
+    }
+    if (!is_valid)
+        set_value(parts, &value);
+    return kDone;
+}
+
+// The format given, or the one that the type of the field stands for; null for
+// none.
+const char *choose_format(const char *text, uint16_t type, bool *is_windowed) {
+    if (text != nullptr && *text != '\0')
+        return text;
+    if (type == kShortDateType) {
+        *is_windowed = true;
+        return "YYMMDD";
+    }
+    if (type == kLongDateType) {
+        *is_windowed = ZCGetValueBool("4GL_8_DIGIT_CUTOFF", 0) != 0;
+        return "YYYYMMDD";
+    }
+    return nullptr;
+}
+
+// What a format says, remembered from one call to the next: the records of a file
+// ask for the same few over and over.  Null for a format that has too many letters.
+const DateFormat *scanned_format(const char *text) {
+    static char letters[kMaxDateLetters + 1];
+    static DateFormat format;
+    if (std::strcmp(text, letters) == 0)
+        return &format;
+    letters[0] = '\0';
+    format = DateFormat();
+    const size_t length = strnlen(text, kMaxDateLetters + 1);
+    if (length > kMaxDateLetters)
+        return nullptr;
+    std::memcpy(letters, text, length + 1);
+    scan_date_format(letters, &format);
+    return &format;
+}
+
+const char *convert(Conversion *call, int direction) {
+    return direction == Z4_DATE_FROM_FIELD ? read_field(call)
+           : direction == Z4_DATE_TO_FIELD ? write_field(call)
+                                           : kFailed;
+}
+
+const char *convert(const ZArgument &field, DateTimeValue *value, const char *letters,
+                    int direction, int32_t date_value, bool replaces_illegal, char *text) {
+    // So that a failure of any kind leaves the same field.
+    const bool is_writable = direction != Z4_DATE_TO_FIELD || write_zero(field);
+    ParseRules rules;
+    rules.is_noon = date_value == -1;
+    letters = choose_format(letters, field.a_type, &rules.is_windowed);
+    const DateFormat *format = letters == nullptr ? nullptr : scanned_format(letters);
+    if (format == nullptr || !julian_base_day(&rules.base_day) || !is_writable)
+        return kFailed;
+    Conversion call{field, value, date_value, replaces_illegal, *format, rules, text};
+    return convert(&call, direction);
+}
+
+int refuse_memory() {
+    *Zstdlib_f_errno() = kNoMemory;
+    if (f_trace != 0)
+        ZTrace(-1, kDateTraceCategory, "Leaving, 0");
+    return 0;
+}
+
+bool has_letter_of(const XfdField *field, const char *letters) {
+    return std::strpbrk(Z4GetXFDFieldFormat(field), letters) != nullptr;
+}
+
+}  // namespace
+}  // namespace fsi
+
+int Z4ConvertDateTime(const XfdArgument *field, DateTimeValue *dtr, const char *format,
+                      int direction, int32_t date_value, int use_illegal) {
+    using namespace fsi;
+    if (field == nullptr || dtr == nullptr)
+        return 0;
+    if (f_trace != 0)
+        ZTrace(1, kDateTraceCategory, "%s", kDateTraceName);
+    if (!special_dates_are_loaded && !load_special_dates())
+        return refuse_memory();
+    const Block<char> text(
+        static_cast<char *>(Zmalloc(kMaxDateLetters + 2, "Temp date string", kSource)));
+    if (!text)
+        return refuse_memory();
+
+    if (direction == Z4_DATE_TO_FIELD && dtr->hundredths != 0) {
+        dtr->microseconds = dtr->hundredths * 10000;
+        dtr->hundredths = 0;
+    }
+    const char *outcome =
+        convert(*field, dtr, format, direction, date_value, use_illegal != 0, text.get());
+    if (outcome == kFailed) {
+        const DateTimeValue *null_date = special_date(SpecialDate::kNull);
+        if (direction == Z4_DATE_FROM_FIELD)
+            *dtr = null_date != nullptr ? *null_date : DateTimeValue{};
+        outcome = null_date != nullptr ? kDone : "Leaving, 0";
+        if (f_trace != 0)
+            ZTrace(-1, kDateTraceCategory, "%s", outcome);
+        return null_date != nullptr ? 1 : 0;
+    }
+    if (f_trace != 0)
+        ZTrace(-1, kDateTraceCategory, "%s", outcome);
+    return 1;
+}
+
+int Z4HaveDateInfo(const XfdField *field) {
+    return Z4GetXFDFieldFormat(field)[0] == '\0' || fsi::has_letter_of(field, "DEJMY") ? 1 : 0;
+}
+
+int Z4HaveTimeInfo(const XfdField *field) {
+    return fsi::has_letter_of(field, "HNST") ? 1 : 0;
+}
