@@ -235,7 +235,7 @@ const char *align(const DateFormat &format, const char *text, size_t length,
     while (length > first && !is_significant(length - 1))
         --length;
     const size_t missing = format.length - (length - first);
-    std::memset(aligned, '0', missing);
+    std::fill_n(aligned, missing, '0');
     std::memcpy(aligned + missing, text + first, length - first);
     return aligned;
 }
@@ -310,7 +310,7 @@ bool is_valid_date(const DateParts &parts, uint8_t components) {
 
 bool parse_date(const DateFormat &format, const char *text, size_t length, const ParseRules &rules,
                 DateParts *parts) {
-    char aligned[kMaxDateLetters];
+    char aligned[kMaxDateLetters] = {};
     // Nearly always the text fills its format.
     if (length != format.length || length == 0 || text[0] == ' ' || text[length - 1] == ' ')
         text = align(format, text, length, aligned);
