@@ -3,8 +3,9 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/paths.h"
 
 namespace tool {

@@ -5,13 +5,16 @@
 #ifndef TOOL_DATABASE_H
 #define TOOL_DATABASE_H
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "sql/connection.h"
 #include "sql/status.h"
 #include "sql/table_layout.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 

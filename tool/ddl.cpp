@@ -2,6 +2,7 @@
 //
 // wbfsi ddl: the table and the indexes of a dictionary as SQL text.
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "sql/table_layout.h"
 #include "tool/command.h"
 #include "tool/database.h"
+#include "tool/failure.h"
 #include "tool/session.h"
 
 namespace tool {

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/interrupt.h"
 
 namespace tool {

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <string>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

@@ -2,6 +2,7 @@
 //
 // wbfsi load: the records of a file into a new table, all or none.
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/database.h"
+#include "tool/failure.h"
 #include "tool/interrupt.h"
 #include "tool/paths.h"
 #include "tool/progress.h"

@@ -3,6 +3,7 @@
 // wbfsi locate: the search for a dictionary, as the library itself tells it in its
 // trace while it loads the file.
 
+#include <CLI/CLI.hpp>
 #include <cstring>
 #include <iostream>
 #include <memory>
@@ -16,6 +17,7 @@
 #include "host/names.h"
 #include "tool/columns.h"
 #include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/session.h"
 
 namespace tool {

@@ -4,6 +4,7 @@
 // database and back.  This file holds the table of commands and turns options and
 // exceptions into exit statuses; the commands have a file each.
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -12,6 +13,7 @@
 
 #include "tool/columns.h"
 #include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/session.h"
 #include "tool/version.h"
 

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/interrupt.h"
 
 namespace tool {

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tool/record_format.h"
 
-#include "tool/command.h"
+#include <CLI/CLI.hpp>
+
+#include "tool/failure.h"
 #include "tool/words.h"
 
 namespace tool {

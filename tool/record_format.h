@@ -5,11 +5,14 @@
 #ifndef TOOL_RECORD_FORMAT_H
 #define TOOL_RECORD_FORMAT_H
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 
 #include "wbfsi/records.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

@@ -5,7 +5,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

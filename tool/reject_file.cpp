@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tool/reject_file.h"
 
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tool/session.h"
 
+#include <CLI/CLI.hpp>
+
 #include "host/config.h"
 #include "host/errors.h"
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace tool {
 

@@ -5,12 +5,15 @@
 #ifndef TOOL_SESSION_H
 #define TOOL_SESSION_H
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "wbfsi/wbfsi.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 

@@ -4,11 +4,13 @@
 
 #include "tool/show.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/session.h"
 
 namespace tool {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tool/columns.h"
-#include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/session.h"
 #include "tool/show.h"
 #include "tool/words.h"

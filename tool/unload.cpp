@@ -2,6 +2,7 @@
 //
 // wbfsi unload: the records of a table into a file as a COBOL program writes it.
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -10,6 +11,7 @@
 #include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/database.h"
+#include "tool/failure.h"
 #include "tool/interrupt.h"
 #include "tool/paths.h"
 #include "tool/progress.h"

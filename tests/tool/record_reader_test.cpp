@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/dictionary_file.h"
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace {
 

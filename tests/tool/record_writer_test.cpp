@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "tests/support/dictionary_file.h"
-#include "tool/command.h"
+#include "tool/failure.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "tests/support/dictionary_file.h"
 #include "tests/support/print_xfd.h"
-#include "tool/command.h"
+#include "tool/failure.h"
 #include "tool/show.h"
 
 namespace {
