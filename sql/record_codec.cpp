@@ -137,7 +137,7 @@ struct RecordPlan {
     [[nodiscard]] size_t encoded_length(std::span<const Value> values) const;
 
  private:
-    void add_field(const TableLayout &layout, size_t column);
+    void add_field(const Field &from);
     void find_gaps_and_overlaps();
 };
 
@@ -147,8 +147,8 @@ RecordPlan::RecordPlan(const TableLayout &layout)
       min_record(layout.min_record),
       settings(layout.settings),
       code_page(layout.code_page) {
-    for (size_t i = 0; i < layout.field_count; i++) {
-        add_field(layout, i);
+    for (size_t i = 0; i < layout.fields.size(); i++) {
+        add_field(layout.fields[i]);
     }
     for (size_t k = 0; k < keys.size() && k < 32; k++) {
         if (keys[k].columns.empty()) {
@@ -175,14 +175,13 @@ RecordPlan::RecordPlan(const TableLayout &layout)
     kept_texts.resize(text_capacity);
 }
 
-void RecordPlan::add_field(const TableLayout &layout, size_t column) {
-    const Column &from = layout.columns[column];
+void RecordPlan::add_field(const Field &from) {
     const FieldShape shape = shape_of(from.data);
     FieldPlan field;
     field.storage = shape.storage;
     field.offset = from.offset;
     field.size = from.data.a_size;
-    field.column = column;
+    field.column = fields.size();
     field.room = static_cast<uint32_t>(text_capacity);
     if (shape.is_number) {
         field.number = numbers.size();
@@ -371,8 +370,9 @@ size_t RecordCodec::text_capacity() const {
     return plan_->text_capacity;
 }
 
-DecodedRecord RecordCodec::decode(Bytes record, std::span<Value> values,
-                                  std::span<char> texts) const {
+DecodedRecord RecordCodec::decode(Bytes record, std::span<Value> values, std::span<char> texts,
+                                  std::span<FieldState> states) const {
+    (void)states;
     const size_t size = record.size();
     RecordPlan &plan = *plan_;
     if (size >= plan.max_record) [[likely]] {

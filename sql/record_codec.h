@@ -24,12 +24,29 @@ namespace sql {
 
 struct RecordPlan;  // the compiled form
 
+// What decode() found in one field.
+enum class FieldState : uint8_t {
+    kOrdinary,
+    kNullValue,  // the value that its dictionary declares to mean null; a date of zeros
+    kAbsent,     // its condition does not hold for the record
+    kBehindEnd,  // the record ends in front of it
+    // Illegal data; the first three as Z4TestData says:
+    kSpaces,  // or a bad digit, under the full test
+    kLowValues,
+    kHighValues,
+    kBadNumber,  // no number for another reason
+    kBadDate,    // no date of its format
+    kBadText,    // bytes that are no characters
+};
+
 // What decode() found out about one record.
 struct DecodedRecord {
     bool is_exact = true;  // encode() of the values gives the record again
     // Bit k (k < 32): the columns of key k do not sort this record as its bytes
     // do.  Keys without columns of their own have their bit set always.
     uint32_t irregular_keys = 0;
+    // The dictionary has conditions and none of them holds.
+    bool is_untyped = false;
 };
 
 class RecordCodec {
@@ -38,23 +55,31 @@ class RecordCodec {
     ~RecordCodec();
     RecordCodec(RecordCodec &&) noexcept;
 
-    // Number of values of a row: the fields of the layout.
+    // Number of values of a record: the fields of the layout, in their order.
     [[nodiscard]] size_t value_count() const;
 
     // Bytes that decode() may need for the texts of one row.
     [[nodiscard]] size_t text_capacity() const;
 
-    // Decodes a record of 0 to max_record bytes.
-    //   values  value_count() of them; a field that does not decode, or lies
-    //           behind the end of the record, is null
+    // Decodes a record of 0 to max_record bytes.  Its conditions are evaluated in
+    // ascending order, all of them false before.
+    //   values  value_count() of them; null: a field whose condition does not hold,
+    //           that holds its null value, lies behind the end of the record, or
+    //           does not decode (unless 4GL_ILLEGAL_DATA says otherwise)
     //   texts   text_capacity() bytes; texts of `values` point into it or into
     //           `record`, so both stay as long as the values are used
-    // Never fails and never allocates.  More bytes than max_record are not
-    // looked at (the caller refuses such a record).
-    DecodedRecord decode(Bytes record, std::span<Value> values, std::span<char> texts) const;
+    //   states  empty, or value_count() of them: what was found
+    // Never fails.  More bytes than max_record are not looked at (the caller
+    // refuses such a record).
+    DecodedRecord decode(Bytes record, std::span<Value> values, std::span<char> texts,
+                         std::span<FieldState> states = {}) const;
 
-    // Encodes a row into `image`, max_record bytes, and gives its length.
-    // kBadRecord names the column whose value its field cannot hold.
+    // Encodes a row into `image`, max_record bytes, and gives its length.  Fields
+    // without condition are written first; then, in ascending order, each condition
+    // is evaluated in what has been written, and its fields are written when it
+    // holds.  An absent value (Value::absent) leaves its field as in a blank record.
+    // kBadRecord names the column whose value its field cannot hold, or that is not
+    // null though its condition does not hold.
     Status encode(std::span<const Value> values, std::span<unsigned char> image,
                   size_t *length) const;
 

@@ -89,13 +89,13 @@ std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dia
     for (const Key &key : layout.keys) {
         std::vector<std::string> columns;
         for (size_t i = 0; i < layout.field_count; i++) {
-            const Column &column = layout.columns[i];
+            const Field &field = layout.fields[i];
             const bool is_in_key = std::ranges::any_of(key.segments, [&](const KeySegment &s) {
-                return column.offset < s.offset + s.length &&
-                       s.offset < column.offset + column.data.a_size;
+                return field.offset < s.offset + s.length &&
+                       s.offset < field.offset + field.data.a_size;
             });
             if (is_in_key) {
-                columns.push_back(Dialect::quote(column.name));
+                columns.push_back(Dialect::quote(field.name));
             }
         }
         // A key over fillers alone has no column that could change it.

@@ -13,6 +13,7 @@
 #include "host/charset.h"
 #include "sql/field_types.h"
 #include "sql/record_text.h"
+#include "wbfsi/build.h"
 
 namespace sql {
 namespace {
@@ -74,7 +75,7 @@ class LayoutMaker {
     Status add_other_columns();
     std::string free_name(const std::string &wanted);
     bool cover(const Key &key, size_t segment, uint32_t at, std::vector<size_t> *columns);
-    [[nodiscard]] bool sorts_as_bytes(const Column &column) const;
+    [[nodiscard]] bool sorts_as_bytes(const Field &field) const;
     [[nodiscard]] bool has_relative_key_field() const;
 
     const Xfd &xfd_;
@@ -115,6 +116,10 @@ Status LayoutMaker::name_table() {
         xfd_.x_cvt_info != nullptr ? *xfd_.x_cvt_info : XfdCvtInfo{0, 40, 25, 11, '.', ',', 0};
     layout_.code_page = code_page_of_encoding(layout_.settings.cv_encoding, ZGetCOBOLCharSet());
     code_page_.emplace(layout_.code_page);
+    layout_.dictionary.reset(Z4CopyXFD(&xfd_), Z4XFDFree);
+    if (layout_.dictionary == nullptr) {
+        return {ErrorKind::kNoMemory, "no memory for a copy of it"};
+    }
     return {};
 }
 
@@ -180,9 +185,12 @@ Status LayoutMaker::add_field(const XfdField &field) {
                               " bytes");
     }
     field_bytes_ += data.a_size;
-    column.offset = field.fd_offset;
-    column.data = data;
-    column.data.a_address = 0;
+    Field item;
+    item.name = column.name;
+    item.slot = static_cast<uint32_t>(&field - xfd_.x_fdesc);
+    item.offset = field.fd_offset;
+    item.data = data;
+    item.data.a_address = 0;
     const FieldShape shape = shape_of(data);
     if (shape.is_number) {
         column.type = is_integer(shape) ? ColumnType::kInteger : ColumnType::kDecimal;
@@ -198,12 +206,14 @@ Status LayoutMaker::add_field(const XfdField &field) {
             shape.storage == Storage::kNational || shape.storage == Storage::kNationalRight;
         column.characters = std::max(is_national ? data.a_size / 2 : data.a_size, 1U);
     }
+    item.type = column.type;
+    layout_.fields.push_back(std::move(item));
     layout_.columns.push_back(std::move(column));
     return {};
 }
 
-bool LayoutMaker::sorts_as_bytes(const Column &column) const {
-    const FieldShape shape = shape_of(column.data);
+bool LayoutMaker::sorts_as_bytes(const Field &field) const {
+    const FieldShape shape = shape_of(field.data);
     if (shape.is_number) {
         return is_integer(shape) && sorts_by_bytes(shape, layout_.settings);
     }
@@ -221,13 +231,13 @@ bool LayoutMaker::cover(const Key &key, size_t segment, uint32_t at, std::vector
                cover(key, segment + 1, key.segments[segment + 1].offset, columns);
     }
     for (size_t i = 0; i < layout_.field_count; i++) {
-        const Column &column = layout_.columns[i];
+        const Field &field = layout_.fields[i];
         if (++cover_steps_ > kMaxSteps) {
             return false;
         }
-        const uint32_t size = column.data.a_size;
-        if (column.offset != at || size == 0 || size > wanted.offset + wanted.length - at ||
-            !sorts_as_bytes(column) || std::ranges::find(*columns, i) != columns->end()) {
+        const uint32_t size = field.data.a_size;
+        if (field.offset != at || size == 0 || size > wanted.offset + wanted.length - at ||
+            !sorts_as_bytes(field) || std::ranges::find(*columns, i) != columns->end()) {
             continue;
         }
         columns->push_back(i);

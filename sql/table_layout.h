@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +30,15 @@ enum class ColumnType : uint8_t {
     kReal,     // binary floating point, bit for bit
     kText,     // UTF-8 without padding
     kBlob,
+    // Text of ISO 8601, as far as the date format of the field goes:
+    kDate,       // 2026-11-22
+    kTime,       // 23:59:59, with as many decimals as the format has letters T
+    kTimestamp,  // both, a blank between them
 };
+
+// What becomes of a field whose contents no column of its type can take
+// (4GL_ILLEGAL_DATA); docs/formats/table-layout.md tells each.
+enum class IllegalData : uint8_t { kUnchanged = 0, kConverted = 1, kKeyMod = 2, kPassThrough = 3 };
 
 enum class ColumnRole : uint8_t {
     kField,         // a field of the record
@@ -43,14 +52,40 @@ struct Column {
     ColumnRole role = ColumnRole::kField;
     ColumnType type = ColumnType::kText;
     uint32_t digits = 0;      // numbers: digits in front of the point and behind
-    uint32_t decimals = 0;    // kDecimal: digits behind the point
+    uint32_t decimals = 0;    // kDecimal, kTime, kTimestamp: digits behind the point
     uint32_t characters = 0;  // kText: how many fit
     size_t key = 0;           // kKeyBytes: index in TableLayout::keys
     bool is_sole_primary_key = false;
+    bool is_hidden = false;  // kField: marks of the dictionary
+    bool is_read_only = false;
+    bool is_identity = false;
+};
 
-    // kField: the bytes of the record and what they mean (a_address is 0).
+// An elementary item of the record: where its bytes are and what they mean.
+struct Field {
+    std::string name;   // of its column; with subscripts, "QTY(3)", in a child table
+    uint32_t slot = 0;  // in x_fdesc of TableLayout::dictionary
     uint32_t offset = 0;
-    ZArgument data{};
+    ZArgument data{};        // a_address is 0
+    uint16_t condition = 0;  // 1-based number of the one under which it exists; 0: always
+    ColumnType type = ColumnType::kText;  // kDate, kTime, kTimestamp: a date field
+    uint8_t decimals = 0;                 // of a date field's seconds
+};
+
+// A table that holds a part of each record in rows of its own: the occurrences of
+// an OCCURS group that the dictionary gives a sub-table, or (one row a record, no
+// subscripts) the fields marked for the secondary table.
+struct ChildTable {
+    struct Row {
+        std::vector<uint16_t> subscripts;  // from 1, outermost first
+        // For each column its field, an index in TableLayout::fields, or kNone.
+        std::vector<size_t> fields;
+    };
+    std::string name;
+    std::string number_column;  // number of the record's row in the main table
+    std::vector<std::string> subscript_columns;
+    std::vector<Column> columns;  // of the fields
+    std::vector<Row> rows;        // that one record can have, by ascending subscripts
 };
 
 struct KeySegment {
@@ -78,9 +113,16 @@ struct TableLayout {
     uint32_t min_record = 0;
     XfdCvtInfo settings{};
     int code_page = 0;  // of the texts in the record
-    // At least one column; fields first, in the order of the dictionary, then the others.
+    IllegalData illegal_data = IllegalData::kUnchanged;
+    // At least one field: those of the main table in the order of the dictionary,
+    // then those of the child tables.
+    std::vector<Field> fields;
+    // columns[i] is that of fields[i] for i < field_count; then the others.
     std::vector<Column> columns;
     size_t field_count = 0;
+    std::vector<ChildTable> children;
+    // A copy of what the layout was made from.
+    std::shared_ptr<const Xfd> dictionary;
     std::vector<Key> keys;         // keys[0] is the primary one
     size_t record_number = kNone;  // column, for relative and sequential files
     size_t exact_record = kNone;   // column, unless left out
@@ -93,8 +135,9 @@ struct LayoutOptions {
     bool keep_exact = true;  // false: no column for exact records
 };
 
-// Table of a dictionary; keeps nothing of it.  The code page of the host
-// (COBOL_CODE_PAGE) and the settings of the dictionary count as they are now.
+// Table of a dictionary, of which a copy is kept.  The code page of the host
+// (COBOL_CODE_PAGE), the settings of the dictionary and 4GL_ILLEGAL_DATA count as
+// they are now.
 // kBadDictionary, with the reason and the field's name, *out untouched: no
 // table or select name; a dictionary cut short (a slot without a name among
 // the first x_n_total_fields); a field of a sub-table; two columns of one name

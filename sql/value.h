@@ -18,10 +18,12 @@ using Bytes = std::span<const unsigned char>;
 
 class Value {
  public:
-    enum class Kind : uint8_t { kNull, kInteger, kReal, kText, kBlob };
+    // kAbsent: no row of a child table holds the value.
+    enum class Kind : uint8_t { kNull, kInteger, kReal, kText, kBlob, kAbsent };
 
     Value() : kind_(Kind::kNull), size_(0), integer_(0) {}
 
+    static Value absent() { return Value(Kind::kAbsent, 0); }
     static Value integer(int64_t number) {
         Value value(Kind::kInteger, 0);
         value.integer_ = number;
@@ -64,6 +66,7 @@ class Value {
         }
         switch (a.kind_) {
             case Kind::kNull:
+            case Kind::kAbsent:
                 return true;
             case Kind::kInteger:
                 return a.integer_ == b.integer_;

@@ -86,6 +86,7 @@ void SqliteStatement::bind(size_t first, std::span<const Value> values) {
         int code = SQLITE_OK;
         switch (value.kind()) {
             case Value::Kind::kNull:
+            case Value::Kind::kAbsent:
                 code = sqlite3_bind_null(statement, parameter);
                 break;
             case Value::Kind::kInteger:
