@@ -25,6 +25,7 @@ Action declare_locate(CLI::App &app);
 Action declare_ddl(CLI::App &app);
 Action declare_load(CLI::App &app);
 Action declare_unload(CLI::App &app);
+Action declare_compare(CLI::App &app);
 
 }  // namespace tool
 

@@ -33,6 +33,7 @@ constexpr CommandRow kCommands[] = {
     {"ddl", "Print the CREATE statements of a dictionary's table and indexes", tool::declare_ddl},
     {"load", "Move the records of a file into a database table", tool::declare_load},
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
+    {"compare", "Compare two dictionaries item by item", tool::declare_compare},
 };
 
 struct Command {
