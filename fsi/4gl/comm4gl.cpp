@@ -40,6 +40,8 @@ void Z4build_key(Xfd *xfd, const char *record, char *key_buffer, int clear_only)
     size_t room = XFD_KEY_BUFFER_BYTES;
     for (uint32_t i = 0; i < Z4GetXFDKeySegmentCount(key) && i < XFD_MAX_SEGMENTS; ++i) {
         const size_t length = std::min<size_t>(Z4GetXFDKeySegmentLength(key, i), room);
+        if (length == 0)
+            continue;
         std::memcpy(key_buffer, record + Z4GetXFDKeySegmentOffset(key, i), length);
         key_buffer += length;
         room -= length;
@@ -48,9 +50,12 @@ void Z4build_key(Xfd *xfd, const char *record, char *key_buffer, int clear_only)
 
 int Z4CompareKeyN(XfdKey *key, const char *record1, const char *record2) {
     for (uint32_t i = 0; i < Z4GetXFDKeySegmentCount(key) && i < XFD_MAX_SEGMENTS; ++i) {
+        // Where a segment without bytes lies means nothing.
+        const size_t length = Z4GetXFDKeySegmentLength(key, i);
+        if (length == 0)
+            continue;
         const uint32_t offset = Z4GetXFDKeySegmentOffset(key, i);
-        const int order = compare_signed_bytes(record1 + offset, record2 + offset,
-                                               Z4GetXFDKeySegmentLength(key, i));
+        const int order = compare_signed_bytes(record1 + offset, record2 + offset, length);
         if (order != 0)
             return order;
     }

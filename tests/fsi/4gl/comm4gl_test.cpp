@@ -31,7 +31,7 @@ struct KeyBuffer {
 TEST(Keys, SegmentsStandOneAfterTheOther) {
     const XfdPointer xfd = sample::empty();
     const uint16_t lengths[XFD_MAX_SEGMENTS] = {3, 0, 2, 4};
-    const uint32_t offsets[XFD_MAX_SEGMENTS] = {7, 0, 0, 2};
+    const uint32_t offsets[XFD_MAX_SEGMENTS] = {7, UINT32_MAX, 0, 2};
     Z4AddXFDKey(xfd.get(), 3, 0, lengths, offsets, 0);
     sample::add_key(xfd.get(), 0, 9, 0);
     KeyBuffer buffer;
@@ -112,7 +112,7 @@ TEST(Keys, RecordsAreOrderedBySignedBytes) {
     key.k_seg_count = 3;
     key.k_seg_length[0] = 4;
     key.k_seg_length[1] = 0;  // passed over
-    key.k_seg_offset[1] = 1000000;
+    key.k_seg_offset[1] = UINT32_MAX;
     key.k_seg_length[2] = 3;
     key.k_seg_offset[2] = 5;
     for (const auto &row : kRows) {
