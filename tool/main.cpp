@@ -34,6 +34,7 @@ constexpr CommandRow kCommands[] = {
     {"load", "Move the records of a file into a database table", tool::declare_load},
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
     {"compare", "Compare two dictionaries item by item", tool::declare_compare},
+    {"errmap", "Show an error-map file and what is wrong with it", tool::declare_errmap},
 };
 
 struct Command {
