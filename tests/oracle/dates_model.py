@@ -230,7 +230,7 @@ class Model:
         date = self.parse(used, text, base, 0, False)
         if not is_valid(date, named(form) | named(used)):
             raise Failure
-        return used, date
+        return self.completed(used, date)
 
     # Fields
 
@@ -275,7 +275,7 @@ class Model:
             if "INVALID" in self.special:
                 date = self.special["INVALID"]
             elif illegal:
-                form, date = self.replacement(form, base, date_value)
+                return self.replacement(form, base, date_value)
             else:
                 raise Failure
         return self.completed(form, date)
@@ -310,7 +310,7 @@ class Model:
             raise Failure
         text = self.format(form, date, base)
         if not valid:
-            _, date = self.replacement(form, base, date_value)
+            date = self.replacement(form, base, date_value)
             text = self.format(form, date, base)
         data = store(field, text)
         if data is None:

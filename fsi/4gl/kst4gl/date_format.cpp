@@ -51,6 +51,10 @@ constexpr int32_t kDefaultCutoff = 20;
 constexpr int32_t kPowersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000};
 constexpr int kFractionDigits = 6;
 
+constexpr bool is_in(int32_t value, int32_t lowest, int32_t highest) {
+    return value >= lowest && value <= highest;
+}
+
 constexpr bool is_decade(char letter) {
     return letter == 'F' || letter == 'R';
 }
@@ -156,7 +160,8 @@ void store_number(DateRun run, int32_t number, int32_t base_day, RunState *state
 // Days of the year were counted in a common year; in a leap year those behind
 // February are a day late.
 void correct_leap_year(DateParts *parts) {
-    if (!is_leap_year(parts->year) || parts->month <= 2 ||
+    // Day 366 was set as December 32.
+    if (!is_leap_year(parts->year) || parts->month <= 2 || !is_in(parts->day, 1, 32) ||
         !is_valid_date(*parts, kHasYear | kHasMonth))
         return;
     DateTimeValue value;
@@ -174,10 +179,6 @@ void add_century(DateParts *parts) {
     if (cutoff >= 100)
         cutoff = kDefaultCutoff;
     parts->year += parts->year < cutoff ? 2000 : 1900;
-}
-
-bool is_in(int32_t value, int32_t lowest, int32_t highest) {
-    return value >= lowest && value <= highest;
 }
 
 // False for a component that has no text.
@@ -360,6 +361,23 @@ void complete_date(const DateFormat &format, DateParts *parts) {
         parts->month = 1;
     if (!format.has(kHasDay))
         parts->day = 1;
+}
+
+void trace_unread(const DateFormat &format, const char *text) {
+    ZTrace(0, kDateTraceCategory, "%s: '%s', '%*s'", kDateTraceName, format.text,
+           static_cast<int>(format.length), text);
+}
+
+void trace_read(const DateParts &parts) {
+    ZTrace(0, kDateTraceCategory, "%s: %04d/%02d/%02d %02d:%02d:%02d:%06d", kDateTraceName,
+           parts.year, parts.month, parts.day, parts.hour, parts.minute, parts.second,
+           parts.microseconds);
+}
+
+void trace_unwritten(const DateParts &parts) {
+    ZTrace(0, kDateTraceCategory, "%s: %04d/%02d/%02d %02d:%02d:%02d.%06d", kDateTraceName,
+           parts.year, parts.month, parts.day, parts.hour, parts.minute, parts.second,
+           parts.microseconds);
 }
 
 bool format_date(const DateFormat &format, const DateParts &parts, int32_t base_day, char *text) {

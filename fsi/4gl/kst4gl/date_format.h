@@ -55,8 +55,7 @@ inline void set_value(const DateParts &parts, DateTimeValue *value) {
 
 bool is_leap_year(int32_t year);
 
-// One run of a letter; F and R, which are one character whatever the length of
-// their run, come letter by letter.
+// One run of a letter; each F and each R is a run of its own.
 struct DateRun {
     char letter;
     uint8_t width;
@@ -95,6 +94,12 @@ bool parse_date(const DateFormat &format, const char *text, size_t length, const
 
 // Year, month and day that the format does not name become 1901, 1 and 1.
 void complete_date(const DateFormat &format, DateParts *parts);
+
+// Lines of the trace, for callers that find f_trace set: a text about to be parsed,
+// the date that came of it, a date about to be formatted.
+void trace_unread(const DateFormat &format, const char *text);
+void trace_read(const DateParts &parts);
+void trace_unwritten(const DateParts &parts);
 
 // Writes the format.length characters of a date, and a zero byte.  False for a year
 // without a decade letter, and for a day that J cannot express.

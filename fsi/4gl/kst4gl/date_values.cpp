@@ -39,19 +39,23 @@ struct {
 } special;
 
 // A configured date: as many letters of the format as the text has characters.
-bool parse_value(std::string_view text, DateTimeValue *value) {
-    if (text.empty() || text.size() > kMaxDateLetters)
+bool parse_value(const char *text, DateTimeValue *value) {
+    const size_t length = strnlen(text, kMaxDateLetters + 1);
+    if (length == 0 || length > kMaxDateLetters)
         return false;
     char letters[kMaxDateLetters + 1] = {};
-    std::memcpy(letters, kValueFormat, text.size());
+    std::memcpy(letters, kValueFormat, length);
     DateFormat format;
+    scan_date_format(letters, &format);
+    if (f_trace != 0)
+        trace_unread(format, text);
     DateParts parts;
-    if (!scan_date_format(letters, &format) ||
-        !parse_date(format, text.data(), text.size(), {}, &parts) ||
-        !is_valid_date(parts, format.components))
+    if (!parse_date(format, text, length, {}, &parts) || !is_valid_date(parts, format.components))
         return false;
     complete_date(format, &parts);
     set_value(parts, value);
+    if (f_trace != 0)
+        trace_read(parts);
     return true;
 }
 
@@ -66,7 +70,7 @@ bool load_special_date(int which) {
         return false;
     special.dates[which] = date;
     if (f_trace != 0)
-        ZTrace(1, kDateTraceCategory, "%s: '%s'", kDateTraceName, text);
+        ZTrace(1, kDateTraceCategory, "%s", kDateTraceName);
     const bool is_date = parse_value(text, date);
     if (f_trace != 0)
         ZTrace(-1, kDateTraceCategory, "%s", is_date ? "Leaving, 1" : variable.refusal);
@@ -182,16 +186,18 @@ std::string_view digits_of(const ZArgument &field, char (&text)[kNumberText]) {
     return trimmed({text, sizeof text});
 }
 
-void fill_bytes(const ZArgument &field, int byte) {
+bool fill_bytes(const ZArgument &field, int byte) {
     if (field.a_size != 0)
         std::memset(reinterpret_cast<void *>(field.a_address), byte, field.a_size);
+    return true;
 }
 
-// Fills with a digit: characters, or the number of so many digits.
+// Fills a field that holds "0" with a digit: characters, or the number of so many
+// digits.
 bool fill_digits(const ZArgument &field, char digit) {
     if (holds_number(field.a_type)) {
         if (digit == '0')
-            return write_zero(field);
+            return true;
         char digits[kMaxDigits];
         const uint32_t count = nine_digits(field);
         std::memset(digits, digit, count);
@@ -200,10 +206,8 @@ bool fill_digits(const ZArgument &field, char digit) {
         const ZArgument source = text_argument(digits, count);
         return ZconvertData(&dest, &source, 1, nullptr) != 0;
     }
-    if (!is_national(field.a_type)) {
-        fill_bytes(field, digit);
-        return true;
-    }
+    if (!is_national(field.a_type))
+        return fill_bytes(field, digit);
     auto *bytes = reinterpret_cast<unsigned char *>(field.a_address);
     const auto unit = static_cast<uint16_t>(digit);
     for (uint32_t i = 0; i + 1 < field.a_size; i += 2)
@@ -283,22 +287,18 @@ const DateTimeValue *date_of_contents(const ZArgument &field, const char *text, 
 
 bool write_special_contents(const ZArgument &field, const DateTimeValue &value,
                             const DateFormat &format) {
-    if (matches(special_date(SpecialDate::kInvalid), value, format)) {
-        fill_bytes(field, ' ');
-        return true;
-    }
-    if (matches(special_date(SpecialDate::kNine), value, format)) {
-        if (!special.nines_are_high_values)
-            return fill_digits(field, '9');
-        fill_bytes(field, 0xFF);
-        return true;
-    }
-    if (matches(special_date(SpecialDate::kZero), value, format)) {
-        if (!special.zeros_are_low_values)
-            return fill_digits(field, '0');
-        fill_bytes(field, 0);
-        return true;
-    }
+    const auto stands_for = [&](SpecialDate which) {
+        return matches(special_date(which), value, format);
+    };
+    // What cannot hold "0" holds no other contents either.
+    if (stands_for(SpecialDate::kInvalid))
+        return write_zero(field) && fill_bytes(field, ' ');
+    if (stands_for(SpecialDate::kNine))
+        return write_zero(field) &&
+               (special.nines_are_high_values ? fill_bytes(field, 0xFF) : fill_digits(field, '9'));
+    if (stands_for(SpecialDate::kZero))
+        return write_zero(field) &&
+               (special.zeros_are_low_values ? fill_bytes(field, 0) : fill_digits(field, '0'));
     return false;
 }
 

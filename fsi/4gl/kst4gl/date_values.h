@@ -20,8 +20,7 @@ constexpr int kSpecialDates = 4;
 // Whether the configuration was read since Z4Init; asked at each conversion.
 extern bool special_dates_are_loaded;
 
-// Reads the configuration.  False without memory,
-// and nothing is kept then.
+// Reads the configuration.  False without memory, and nothing is kept then.
 bool load_special_dates();
 
 // Frees the dates; the next load reads them again.

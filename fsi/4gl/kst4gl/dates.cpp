@@ -5,7 +5,6 @@
 
 #include <charconv>
 #include <cstring>
-#include <string_view>
 
 #include "fsi/4gl/kst4gl/date_format.h"
 #include "fsi/4gl/kst4gl/date_values.h"
@@ -25,6 +24,7 @@ constexpr int16_t kNoMemory = 14;
 
 constexpr uint16_t kShortDateType = 6;
 constexpr uint16_t kLongDateType = 8;
+constexpr uint16_t kDisplayType = 1;
 
 // One call.  Its outcome is a leaving line of the trace, null for a failure.
 struct Conversion {
@@ -40,39 +40,31 @@ struct Conversion {
 constexpr const char *kDone = "Leaving, 1";
 constexpr const char *kFailed = nullptr;
 
-void trace_parts(const char *format, const DateParts &parts) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    if (f_trace != 0)
-        ZTrace(0, kDateTraceCategory, format, kDateTraceName, parts.year, parts.month, parts.day,
-               parts.hour, parts.minute, parts.second, parts.microseconds);
-#pragma GCC diagnostic pop
-}
-
 // What a date that does not exist becomes: the caller's replacement, in a format
-// that its number of digits picks.  *replacement is that format.  False when there
-// is none, or it does not exist either.
-bool replace_illegal(const Conversion &call, DateFormat *replacement, DateParts *parts) {
+// that its number of digits picks.  False when there is none, or it does not exist
+// either.
+bool replace_illegal(const Conversion &call, DateParts *parts) {
     if (!call.replaces_illegal || ZCGetValueBool("4GL_CONVERT_DATES", 1) == 0)
         return false;
     char digits[16] = {};
     const char *end = std::to_chars(digits, digits + sizeof digits - 1, call.date_value).ptr;
     const auto length = static_cast<size_t>(end - digits);
-    const char *letters = nullptr;
+    DateFormat replacement;
     if (length == call.format.length) {
-        *replacement = call.format;
+        replacement = call.format;
     } else if (length == 6 || length == 8) {
-        letters = length == 6 ? "YYMMDD" : "YYYYMMDD";
-        *replacement = DateFormat();
-        scan_date_format(letters, replacement);
+        scan_date_format(length == 6 ? "YYMMDD" : "YYYYMMDD", &replacement);
     } else {
         if (f_trace != 0)
             ZTrace(0, kDateTraceCategory, "Invalid value for ILLEGAL-DATE-VALUE: %s", digits);
         return false;
     }
-    const auto components = static_cast<uint8_t>(call.format.components | replacement->components);
-    return parse_date(*replacement, digits, length, {call.rules.base_day, false, false}, parts) &&
-           is_valid_date(*parts, components);
+    const auto components = static_cast<uint8_t>(call.format.components | replacement.components);
+    if (!parse_date(replacement, digits, length, {call.rules.base_day, false, false}, parts) ||
+        !is_valid_date(*parts, components))
+        return false;
+    complete_date(replacement, parts);
+    return true;
 }
 
 // A text field wider than its format is cut on the right; of one that is justified
@@ -91,16 +83,20 @@ ZArgument significant_part(const ZArgument &field, size_t length) {
     return part;
 }
 
+// Whether a field is one of the decimal storages, without a point.
+bool is_plain_number(const ZArgument &field) {
+    constexpr uint16_t kLastPackedType = 10;
+    return field.a_type >= kDisplayType && field.a_type <= kLastPackedType && field.a_scale == 0;
+}
+
 // The digits of a whole number as the host gives them fastest, sign and digits, which
 // read like its text; call->text is then behind the sign.  False for what is not as
 // simple as that, and when the text is to be traced.
 bool read_plain_number(Conversion *call) {
-    constexpr uint16_t kLastPackedType = 10;
     constexpr uint16_t kSignAndDigits = 4;
     const ZArgument &field = call->field;
     const uint8_t length = call->format.length;
-    if (field.a_type == 0 || field.a_type > kLastPackedType || field.a_scale != 0 ||
-        call->format.decade_positions != 0 || f_trace != 0)
+    if (!is_plain_number(field) || call->format.decade_positions != 0 || f_trace != 0)
         return false;
     ZArgument dest = text_argument(call->text, length + size_t{1});
     dest.a_type = kSignAndDigits;
@@ -108,6 +104,15 @@ bool read_plain_number(Conversion *call) {
     if (ZconvertData(&dest, &field, 1, nullptr) == 0 || call->text[0] != '+')
         return false;
     ++call->text;
+    return true;
+}
+
+// Sets call->text to a date.
+bool format_traced(const Conversion &call, const DateParts &parts) {
+    if (!format_date(call.format, parts, call.rules.base_day, call.text))
+        return false;
+    if (f_trace != 0)
+        ZTrace(0, kDateTraceCategory, "%s: '%s'", kDateTraceName, call.text);
     return true;
 }
 
@@ -122,34 +127,34 @@ const char *read_field(Conversion *call) {
     if (has_special_contents &&
         (special = date_of_contents(call->field, is_text ? call->text : nullptr, format.length))) {
         const DateParts parts = parts_of(*special);
+        if (f_trace != 0)
+            trace_unwritten(parts);
         if ((!call->replaces_illegal && !is_valid_date(parts, format.components)) ||
-            !format_date(format, parts, call->rules.base_day, call->text))
+            !format_traced(*call, parts))
             return kFailed;
     } else if (!is_text) {
         return kFailed;
     }
     if (f_trace != 0)
-        ZTrace(0, kDateTraceCategory, "%s: '%s', '%*s'", kDateTraceName, format.text,
-               static_cast<int>(format.length), call->text);
+        trace_unread(format, call->text);
 
     DateParts parts;
-    DateFormat replacement;
-    const DateFormat *used = &format;
     if (!parse_date(format, call->text, format.length, call->rules, &parts))
         return kFailed;
+    bool is_complete = (format.components & kHasWholeDate) == kHasWholeDate;
     if (!is_valid_date(parts, format.components)) {
-        if (const DateTimeValue *invalid = special_date(SpecialDate::kInvalid)) {
+        if (const DateTimeValue *invalid = special_date(SpecialDate::kInvalid))
             parts = parts_of(*invalid);
-        } else if (replace_illegal(*call, &replacement, &parts)) {
-            used = &replacement;
-        } else {
+        else if (replace_illegal(*call, &parts))
+            is_complete = true;
+        else
             return kFailed;
-        }
     }
-    if ((used->components & kHasWholeDate) != kHasWholeDate)
-        complete_date(*used, &parts);
+    if (!is_complete)
+        complete_date(format, &parts);
     set_value(parts, call->value);
-    trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d:%06d", parts);
+    if (f_trace != 0)
+        trace_read(parts);
     return kDone;
 }
 
@@ -159,38 +164,36 @@ bool is_zero_date(const DateTimeValue &value, int32_t date_value) {
            value.second == 0 && value.microseconds == 0;
 }
 
-bool format_traced(const Conversion &call, const DateParts &parts) {
-    if (!format_date(call.format, parts, call.rules.base_day, call.text))
-        return false;
-    if (f_trace != 0)
-        ZTrace(0, kDateTraceCategory, "%s: '%s'", kDateTraceName, call.text);
-    return true;
+// The descriptor of call.text for a field that is about to be written: to numbers
+// digits are digits, which the host takes faster than a text to be looked through.
+ZArgument formatted_text(const Conversion &call) {
+    ZArgument source = text_argument(call.text, call.format.length);
+    if (is_plain_number(call.field) && call.format.decade_positions == 0) {
+        source.a_type = kDisplayType;
+        source.a_digits = call.format.length;
+    }
+    return source;
 }
 
-// The field holds "0" already.
+// A failure leaves it to the caller to write "0" to the field.
 const char *write_field(Conversion *call) {
     DateTimeValue &value = *call->value;
     if (is_zero_date(value, call->date_value) && ZCGetValueBool("4GL_CONVERT_DATE_ZERO", 1) != 0)
-        return "Leaving, date = invalid-date-value";
-    if (write_special_contents(call->field, value, call->format))
+        return write_zero(call->field) ? "Leaving, date = invalid-date-value" : kFailed;
+    if (has_special_contents && write_special_contents(call->field, value, call->format))
         return "Leaving, date = boundary-date-value";
 
     DateParts parts = parts_of(value);
-    trace_parts("%s: %04d/%02d/%02d %02d:%02d:%02d.%06d", parts);
+    if (f_trace != 0)
+        trace_unwritten(parts);
     const bool is_valid = is_valid_date(parts, call->format.components);
     if ((!is_valid && !call->replaces_illegal) || !format_traced(*call, parts))
         return kFailed;
-    if (!is_valid) {
-        DateFormat replacement;
-        if (!replace_illegal(*call, &replacement, &parts) || !format_traced(*call, parts))
-            return kFailed;
-    }
-    const ZArgument source = text_argument(call->text, call->format.length);
-    if (ZconvertData(&call->field, &source, 1, nullptr) == 0) {
-        // Part of a number may have arrived.
-        write_zero(call->field);
+    if (!is_valid && (!replace_illegal(*call, &parts) || !format_traced(*call, parts)))
         return kFailed;
-    }
+    const ZArgument source = formatted_text(*call);
+    if (ZconvertData(&call->field, &source, 1, nullptr) == 0)
+        return kFailed;
     if (!is_valid)
         set_value(parts, &value);
     return kDone;
@@ -237,13 +240,11 @@ const char *convert(Conversion *call, int direction) {
 
 const char *convert(const ZArgument &field, DateTimeValue *value, const char *letters,
                     int direction, int32_t date_value, bool replaces_illegal, char *text) {
-    // So that a failure of any kind leaves the same field.
-    const bool is_writable = direction != Z4_DATE_TO_FIELD || write_zero(field);
     ParseRules rules;
     rules.is_noon = date_value == -1;
     letters = choose_format(letters, field.a_type, &rules.is_windowed);
     const DateFormat *format = letters == nullptr ? nullptr : scanned_format(letters);
-    if (format == nullptr || !julian_base_day(&rules.base_day) || !is_writable)
+    if (format == nullptr || !julian_base_day(&rules.base_day))
         return kFailed;
     Conversion call{field, value, date_value, replaces_illegal, *format, rules, text};
     return convert(&call, direction);
@@ -287,6 +288,8 @@ int Z4ConvertDateTime(const XfdArgument *field, DateTimeValue *dtr, const char *
         const DateTimeValue *null_date = special_date(SpecialDate::kNull);
         if (direction == Z4_DATE_FROM_FIELD)
             *dtr = null_date != nullptr ? *null_date : DateTimeValue{};
+        else if (direction == Z4_DATE_TO_FIELD)
+            write_zero(*field);
         outcome = null_date != nullptr ? kDone : "Leaving, 0";
         if (f_trace != 0)
             ZTrace(-1, kDateTraceCategory, "%s", outcome);

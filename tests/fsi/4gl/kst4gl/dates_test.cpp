@@ -260,6 +260,7 @@ TEST(Dates, DatesThatDoNotExistAreRefused) {
         {"YYYYMMMDD", "200525801"},
         {"YYYYYYMMDD", "6754112315"},
         {"YYYYMMDDHHH", "20051231256"},
+        {"YYYYEEEDDD", "2004100261"},
         // No characters of a date.
         {"YYYYMMDD", "2005123a"},
         {"YYYYMMDD", "-2005123"},
@@ -704,6 +705,10 @@ TEST(Dates, AReplacedDateIsLeftInTheRecord) {
     const XfdArgument argument{reinterpret_cast<uintptr_t>(bytes), 8, 16, 0, 0, 0};
     EXPECT_EQ(Z4ConvertDateTime(&argument, &value, "YYYYMMDD", 2, 20051231, 1), 1);
     EXPECT_EQ(print(value), "2005-12-31 00:00:00.000000");
+    value = stamp(2005, 2, 31, 25);
+    EXPECT_EQ(Z4ConvertDateTime(&argument, &value, "HHNNSS", 2, 123456, 1), 1);
+    EXPECT_EQ(std::string(bytes, 8), "123456  ");
+    EXPECT_EQ(print(value), "1901-01-01 12:34:56.000000");
     value = stamp(2005, 2, 31);
     EXPECT_EQ(Z4ConvertDateTime(&argument, &value, "YYYYMMDD", 2, 20051231, 0), 0);
     EXPECT_EQ(print(value), "2005-02-31 00:00:00.000000");
@@ -723,15 +728,20 @@ TEST(Dates, TraceLines) {
     EXPECT_EQ(read("2005123/", "YYYYMMDD"), "1999-01-01 00:00:00.000000");
     EXPECT_EQ(spies::take_traces(),
               "+1 5 Z4ConvertDateTime\n"
-              "+1 5 Z4ConvertDateTime: 'a'\n"
+              "+1 5 Z4ConvertDateTime\n"
+              "+0 5 Z4ConvertDateTime: 'Y', 'a'\n"
               "+0 5 Z4ConvertDateTime: a\n"
               "-1 5 Leaving, 4GL_DATE_INVALID_VALUE = invalid-date-value\n"
-              "+1 5 Z4ConvertDateTime: 'b'\n"
+              "+1 5 Z4ConvertDateTime\n"
+              "+0 5 Z4ConvertDateTime: 'Y', 'b'\n"
               "+0 5 Z4ConvertDateTime: b\n"
               "-1 5 Leaving, 4GL_DATE_NINE_VALUE = invalid-date-value\n"
-              "+1 5 Z4ConvertDateTime: '19990101'\n"
+              "+1 5 Z4ConvertDateTime\n"
+              "+0 5 Z4ConvertDateTime: 'YYYYMMDD', '19990101'\n"
+              "+0 5 Z4ConvertDateTime: 1999/01/01 00:00:00:000000\n"
               "-1 5 Leaving, 1\n"
-              "+1 5 Z4ConvertDateTime: 'd'\n"
+              "+1 5 Z4ConvertDateTime\n"
+              "+0 5 Z4ConvertDateTime: 'Y', 'd'\n"
               "+0 5 Z4ConvertDateTime: d\n"
               "-1 5 Leaving, 4GL_DATE_ZERO_VALUE = invalid-date-value\n" +
                   base +
@@ -743,6 +753,18 @@ TEST(Dates, TraceLines) {
                                         "+0 5 Z4ConvertDateTime: 'YYYYMMDD', '20051231'\n"
                                         "+0 5 Z4ConvertDateTime: 2005/12/31 00:00:00:000000\n"
                                         "-1 5 Leaving, 1\n");
+    ZCSetValueString("PLEX_DATE_NINE_VALUE", "20991231");
+    Z4Exit();
+    Z4Init();
+    EXPECT_EQ(read("99999999", "YYYYMMDD"), "2099-12-31 00:00:00.000000");
+    const std::string nines = spies::take_traces();
+    EXPECT_EQ(nines.substr(nines.rfind(base)),
+              base +
+                  "+0 5 Z4ConvertDateTime: 2099/12/31 00:00:00.000000\n"
+                  "+0 5 Z4ConvertDateTime: '20991231'\n"
+                  "+0 5 Z4ConvertDateTime: 'YYYYMMDD', '20991231'\n"
+                  "+0 5 Z4ConvertDateTime: 2099/12/31 00:00:00:000000\n"
+                  "-1 5 Leaving, 1\n");
     EXPECT_EQ(write(8, "YYYYMMDD", stamp(2005, 12, 31, 1, 2, 3, 4)), "20051231");
     EXPECT_EQ(spies::take_traces(), "+1 5 Z4ConvertDateTime\n" + base +
                                         "+0 5 Z4ConvertDateTime: 2005/12/31 01:02:03.000004\n"
