@@ -108,7 +108,8 @@ const char *Lines::next() {
     return buffer_;
 }
 
-// What a file holds so far.  Releases what nobody took.
+// What a file holds so far.  Releases what nobody took.  Until release(), `capacity`
+// of a section counts its entries, from which the number of its slots follows.
 class ErrorMap {
  public:
     enum class Step : uint8_t { kDone, kFull, kNoMemory };
@@ -124,7 +125,7 @@ class ErrorMap {
 
     int capacity() const { return capacity_; }
     int n_sections() const { return n_sections_; }
-    ErrorMapSection *release() { return std::exchange(sections_, nullptr); }
+    ErrorMapSection *release();
 
  private:
     Step open_section(const char *header);
@@ -133,7 +134,6 @@ class ErrorMap {
     ErrorMapSection *sections_ = nullptr;
     int capacity_ = 0;    // slots of sections_
     int n_sections_ = 0;  // those in use
-    int n_entries_ = 0;   // of the last section
 };
 
 ErrorMap::~ErrorMap() {
@@ -147,6 +147,14 @@ bool ErrorMap::reserve(int capacity) {
         allocate_cleared<ErrorMapSection>(static_cast<size_t>(capacity), "Error Mapping", kSource);
     capacity_ = sections_ != nullptr ? capacity : 0;
     return sections_ != nullptr;
+}
+
+ErrorMapSection *ErrorMap::release() {
+    for (int s = 0; s < n_sections_; ++s) {
+        int32_t &capacity = sections_[s].capacity;
+        capacity = (std::max(capacity - 1, 0) / kGrowth + 1) * kGrowth;
+    }
+    return std::exchange(sections_, nullptr);
 }
 
 ErrorMap::Step ErrorMap::open_section(const char *header) {
@@ -163,9 +171,7 @@ ErrorMap::Step ErrorMap::open_section(const char *header) {
     if (section.entries == nullptr)
         return Step::kNoMemory;
     copy_text(section.name, header);
-    section.capacity = kGrowth;
     ++n_sections_;
-    n_entries_ = 0;
     return Step::kDone;
 }
 
@@ -184,19 +190,18 @@ ErrorMap::Step ErrorMap::add_entry(const char *line) {
     while (*end != '\0' && !is_space(*end))
         ++end;
 
-    if (f_trace != 0)
-        ZTrace(0, kTraceCategory, "curr_one %d num_err_maps %d", n_entries_, n_sections_);
     ErrorMapSection &section = sections_[n_sections_ - 1];
-    if (n_entries_ == section.capacity) {
-        if (!grow(section.entries, section.capacity, "OneError Mapping")) {
-            if (f_trace != 0)
-                ZTrace(0, kTraceCategory, "Realloc 2 failed");
-            return Step::kFull;
-        }
-        section.capacity += kGrowth;
+    int32_t &n_entries = section.capacity;
+    if (f_trace != 0)
+        ZTrace(0, kTraceCategory, "curr_one %d num_err_maps %d", n_entries, n_sections_);
+    if (n_entries > 0 && n_entries % kGrowth == 0 &&
+        !grow(section.entries, n_entries, "OneError Mapping")) {
+        if (f_trace != 0)
+            ZTrace(0, kTraceCategory, "Realloc 2 failed");
+        return Step::kFull;
     }
     // A long has 64 bits in one width, 32 in the other.
-    section.entries[n_entries_++] = {
+    section.entries[n_entries++] = {
         static_cast<int32_t>(std::clamp<long>(number, INT32_MIN, INT32_MAX)),
         error_code({name, static_cast<size_t>(end - name)})};
     return Step::kDone;
@@ -217,18 +222,9 @@ ErrorMap::Step ErrorMap::read(const char *line, bool &is_implicit) {
     return n_sections_ != 0 ? add_entry(text) : Step::kDone;
 }
 
-// Slots behind the last line are zero, so is a line that maps 0 to nothing.
-int filled(const ErrorMapSection &section) {
-    int count = section.capacity;
-    while (count > 0 && section.entries[count - 1].native == 0 &&
-           section.entries[count - 1].cobol == 0)
-        --count;
-    return count;
-}
-
 void ErrorMap::trace_entries() const {
     for (int s = 0; s < n_sections_; ++s) {
-        for (int e = 0; e < filled(sections_[s]); ++e) {
+        for (int e = 0; e < sections_[s].capacity; ++e) {
             const ErrorMapEntry &entry = sections_[s].entries[e];
             ZTrace(0, kTraceCategory, "Err File map %d fld %d native %d COBOL %d", s, e,
                    entry.native, entry.cobol);
@@ -254,6 +250,10 @@ ErrorMap::Step read_file(ZFile *file, bool is_implicit, ErrorMap &map) {
 
 ErrorMapSection *Z4ParseErrorFile(const char *path, int *count, int implicit_section) {
     using namespace fsi;
+    if (count == nullptr) {
+        *Zstdlib_f_errno() = 0;
+        return nullptr;
+    }
     const int wanted = *count > 0 ? *count : kGrowth;
     *count = 0;
     if (f_trace != 0)

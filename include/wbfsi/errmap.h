@@ -33,10 +33,10 @@ WBFSI_BEGIN
  *   implicit_section  not 0: a first line without "[" is the name of a section and
  *                     its first entry too
  * Returns an array that the caller releases: the entries of each of the *count
- * sections, then the array, with Zfree.  Null, with f_errno 0, when there is no path,
- * the file does not open, or memory for the array or a section's first entries was
- * refused.  When memory to grow is refused, or the file cannot be read on, the result
- * holds what was read so far. */
+ * sections, then the array, with Zfree.  Null, with f_errno 0, when there is no path or
+ * count is null, the file does not open, or memory for the array or a section's first
+ * entries was refused.  When memory to grow is refused, or the file cannot be read on,
+ * the result holds what was read so far. */
 WBFSI_API ErrorMapSection *Z4ParseErrorFile(const char *path, int *count, int implicit_section);
 
 WBFSI_END

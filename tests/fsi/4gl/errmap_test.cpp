@@ -232,6 +232,10 @@ TEST_F(ErrorMap, WithoutAFileThereIsNoMap) {
         EXPECT_EQ(count, 0);
         EXPECT_EQ(*Zstdlib_f_errno(), 0);
     }
+    const std::string there = write("[a]\n1 E_BROKEN\n");
+    *Zstdlib_f_errno() = 9;
+    EXPECT_EQ(Z4ParseErrorFile(there.c_str(), nullptr, 0), nullptr);
+    EXPECT_EQ(*Zstdlib_f_errno(), 0);
 }
 
 TEST_F(ErrorMap, EachRefusedRequestKeepsWhatWasRead) {
@@ -280,7 +284,8 @@ TEST_F(ErrorMap, EachRefusedRequestKeepsWhatWasRead) {
 }
 
 TEST_F(ErrorMap, IsTraced) {
-    const std::string path = write("# c\n[a]\n7 E_BROKEN\n8\n x\n[b] y\n-1 nothing\n0 E_BROKEN\n");
+    const std::string path =
+        write("# c\n[a]\n7 E_BROKEN\n8\n x\n[b] y\n-1 nothing\n0 E_BROKEN\n0 none\n");
     const spies::TraceLevel level(1);
     spies::traces.clear();
     int count = 0;
@@ -290,9 +295,11 @@ TEST_F(ErrorMap, IsTraced) {
               "+0 8 curr_one 0 num_err_maps 1\n+0 8 8\n+0 8 Parse Error 2\n+0 8  x\n+0 8 [b] y\n"
               "+0 8 -1 nothing\n+0 8 curr_one 0 num_err_maps 2\n"
               "+0 8 0 E_BROKEN\n+0 8 curr_one 1 num_err_maps 2\n"
+              "+0 8 0 none\n+0 8 curr_one 2 num_err_maps 2\n"
               "+0 8 Err File map 0 fld 0 native 7 COBOL 6\n"
               "+0 8 Err File map 1 fld 0 native -1 COBOL 0\n"
               "+0 8 Err File map 1 fld 1 native 0 COBOL 6\n"
+              "+0 8 Err File map 1 fld 2 native 0 COBOL 0\n"
               "-1 8 Returning, 2 sections\n");
     EXPECT_EQ(Z4ParseErrorFile("", &count, 0), nullptr);
     EXPECT_EQ(spies::take_traces(), "+1 8 ParseErrorFile\n-1 8 Returning, no conf var\n");
