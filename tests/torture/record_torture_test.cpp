@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Data tests, conditions and the where clause with the n-th request for memory
-// refused, for every n until none was.
+// Data tests, conditions, comparisons, traces and the where clause with the n-th
+// request for memory refused, for every n until none was.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -11,11 +11,16 @@
 #include "host/config.h"
 #include "host/errors.h"
 #include "host/memory.h"
+#include "host/messages.h"
 #include "tests/fsi/sample_xfd.h"
 #include "wbfsi/accessors.h"
+#include "wbfsi/compare.h"
 #include "wbfsi/conditions.h"
 #include "wbfsi/datatest.h"
+#include "wbfsi/keys.h"
 #include "wbfsi/lifecycle.h"
+#include "wbfsi/suffixes.h"
+#include "wbfsi/trace.h"
 #include "wbfsi/where.h"
 
 namespace {
@@ -112,6 +117,57 @@ TEST(RecordTorture, DataTestsNeedNoMemory) {
         }
     }
     EXPECT_FALSE(refuses(1, [] { Z4Compare("1", "2", 1); }));
+    Z4Exit();
+}
+
+TEST(RecordTorture, ComparisonsKeysAndTracesNeedNoMemory) {
+    const sample::XfdPointer one = sample::full();
+    const sample::XfdPointer other = sample::full();
+    other->x_version = 7;  // one difference; the other one is the number of keys
+    for (uint16_t k = 0; k < 40; ++k)
+        sample::add_key(other.get(), 0, 1, 40U - k);
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(
+        refuses(1, [&] { EXPECT_EQ(Z4XFDCompare(one.get(), other.get(), 1, 0, 1, 1), 2); }));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\nInconsequential difference\nVersion\n< 6\n> 7\n"
+              "\nFatal difference\nNumber of keys\n< 2\n> 42\n");
+    const std::string record(80000, 'r');
+    EXPECT_FALSE(refuses(1, [&] {
+        EXPECT_EQ(Z4CompareKeyN(&one->x_key_desc[0], record.data(), record.data()), 0);
+    }));
+    size_t traced = 0;
+    ZOutputRedirect(
+        1, [](const char *, size_t n, void *user) { *static_cast<size_t *>(user) += n; }, &traced);
+    const std::string text(5000, 't');
+    EXPECT_FALSE(refuses(1, [&] { Z4CurTrace(text.c_str(), 1, 1); }));
+    f_trace = 1;
+    EXPECT_FALSE(refuses(1, [&] { Z4TransactionTrace(text.c_str(), 9, 0); }));
+    f_trace = 0;
+    ZOutputRedirect(1, nullptr, nullptr);
+    EXPECT_GT(traced, 6000U);
+    std::string name = "orders.dat";
+    EXPECT_FALSE(refuses(1, [&] { Z4RemoveSuffix(name.data()); }));
+}
+
+TEST(RecordTorture, WhereBufferIsArmedWithoutMemory) {
+    Z4Init();
+    std::string armed(XFD_WHERE_TEXT_BYTES, ' ');
+    armed += "\x80\x82\x86\x84kst4gl";
+    for (int64_t n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        ASSERT_EQ(ZCSetValueRaw("4GL_WHERE_CONSTRAINT", 0, "old"), 1);
+        std::memset(Z4GLWhereConstraintAddr(), 'x', XFD_WHERE_BUFFER_BYTES);
+        int result = -1;
+        const bool refused = refuses(n, [&] { result = Z4FillWhereMagic(); });
+        EXPECT_EQ(result, refused ? 0 : 1);
+        EXPECT_EQ(std::string(Z4GLWhereConstraintAddr(), XFD_WHERE_BUFFER_BYTES), armed);
+        if (!refused) {
+            EXPECT_STREQ(ZCGetValueString("4GL_WHERE_CONSTRAINT"), "");
+            EXPECT_GT(n, 1);
+            break;
+        }
+    }
     Z4Exit();
 }
 

@@ -53,6 +53,10 @@ uint32_t key_columns(const XfdKey *key) {
                : 0;
 }
 
+std::string_view column_name(const XfdKey *key, uint32_t index) {
+    return bounded_view(key->k_field[index].kc_name, sizeof(XfdKeyColumn::kc_name));
+}
+
 // Fields and the columns that are free for them.
 class FieldMatch {
  public:
@@ -164,10 +168,11 @@ bool index_agrees(const XfdKey *key, const DbTableInfo *table) {
         if (column == nullptr || i >= key_columns(key))
             return false;
         const std::string_view name = match_name(*column);
-        const char *wanted = key->k_field[i].kc_name;
+        const std::string_view wanted = column_name(key, i);
         if (f_trace != 0)
-            ZTrace(0, kTraceCategory, "Comparing %.*s with %s, i = %u, j = %u",
-                   static_cast<int>(name.size()), name.data(), wanted, i, static_cast<uint32_t>(j));
+            ZTrace(0, kTraceCategory, "Comparing %.*s with %.*s, i = %u, j = %u",
+                   static_cast<int>(name.size()), name.data(), static_cast<int>(wanted.size()),
+                   wanted.data(), i, static_cast<uint32_t>(j));
         if (name != wanted)
             return false;
     }
@@ -245,8 +250,7 @@ bool KeyCopies::set_aside() {
         if (f_trace != 0)
             ZTrace(0, kTraceCategory, "%s %u", "Z4MatchDBKeystoXFD", t);
         for (uint32_t c = 0; c < key_columns(key_); ++c) {
-            const int64_t j =
-                find(t, bounded_view(key_->k_field[c].kc_name, sizeof(XfdKeyColumn::kc_name)));
+            const int64_t j = find(t, column_name(key_, c));
             if (j < 0)
                 return false;
             table_->columns[j].flags |= DB_COLUMN_SET_ASIDE;

@@ -215,6 +215,17 @@ TEST(Compare, VariableRecordsAreAnItemOfTheirOwn) {
     EXPECT_EQ(sizeless.count, 1);
 }
 
+TEST(Compare, ATextThatIsNotThereIsTheWordNull) {
+    const Pair pair([](Xfd &x) { std::memcpy(x.x_fdesc[1].fd_name, "NULL", 5); });
+    pair.first->x_fdesc[1].fd_name[0] = '\0';
+    std::memcpy(pair.first->x_cobol_trigger, "NULL", 5);
+    Zfree(pair.second->x_cobol_trigger);
+    pair.second->x_cobol_trigger = nullptr;
+    const Outcome outcome = compare(pair.first.get(), pair.second.get(), 0, 0, 0, 1);
+    EXPECT_EQ(outcome.text, "");
+    EXPECT_EQ(outcome.count, 0);
+}
+
 TEST(Compare, SkipsTheVersion) {
     const Pair pair([](Xfd &x) { x.x_version = 9; });
     EXPECT_EQ(compare(pair.first.get(), pair.second.get()).count, 1);

@@ -155,6 +155,10 @@ TEST_F(DataTest, CodesAreTracedWithTheirWord) {
     test(8, " ");
     test(1, "1");
     EXPECT_EQ(spies::take_traces(), "");
+    set_full("1");
+    test(1, " 1");
+    EXPECT_EQ(spies::take_traces(), "") << "the full test has no words";
+    set_full("0");
     f_trace = 0;
     test(1, " 1");
     EXPECT_EQ(spies::take_traces(), "");
@@ -170,7 +174,12 @@ class NullValue : public testing::Test {
         const std::string whole = "xx" + data;
         const std::vector<unsigned char> record(whole.begin(), whole.end());
         XfdCvtInfo settings = {0, 40, 25, 11, '.', ',', 0};
+        spies::traces.clear();
         const int quiet = Z4TestNullValue(&field, &settings, record.data());
+        // Equal numbers alone are heard of at any level.
+        for (const std::string &line : spies::traces)
+            EXPECT_EQ(line, "-1 6 Leaving, equal");
+        EXPECT_LE(spies::traces.size(), 1U);
         spies::traces.clear();
 
         const spies::TraceLevel level(1);

@@ -375,6 +375,23 @@ TEST_F(MatchKeys, AnIndexOf16ColumnsNeedsNoEnd) {
     EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 0);
 }
 
+TEST_F(MatchKeys, NamesMayFillTheirArrays) {
+    const std::string full(sizeof(XfdKeyColumn::kc_name), 'k');
+    for (const Way way : kWays) {
+        SCOPED_TRACE(static_cast<int>(way));
+        const sample::XfdPointer xfd = with_key({"a"});
+        std::memcpy(xfd->x_key_desc[0].k_field[0].kc_name, full.data(), full.size());
+        Table table({full, full + "k"});
+        table.table_count = 1;
+        table.index({0});
+        const On on(way);
+        EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 1);
+        table.index({1});
+        EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 0);
+        EXPECT_EQ(table.marks(), "x* x ");
+    }
+}
+
 TEST_F(MatchKeys, AKeyThatIsNotThereMatchesNothing) {
     const sample::XfdPointer xfd = with_key({"a"});
     Table table({"a"});
@@ -470,6 +487,26 @@ TEST_F(MatchKeys, AreTraced) {
               "+0 9 Comparing c with b, i = 1, j = 2\n-1 9 Returning 0\n");
     EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 5), 0);
     EXPECT_EQ(spies::take_traces(), "+1 9 Z4MatchDBKeystoXFD, 5\n-1 9 Returning 0\n");
+}
+
+TEST_F(Match, IsSilentWithoutTracing) {
+    const sample::XfdPointer xfd = with_fields({"a", "b"});
+    sample::add_key(xfd.get());
+    Z4AddXFDKeyColumn(xfd.get(), 0, 0, "a");
+    Table table({"a", "b", "a"});
+    table.table_count = 1;
+    table.index({0});
+    for (const Way way : {Way::kNames, Way::kWithoutMemory}) {
+        SCOPED_TRACE(static_cast<int>(way));
+        const On on(way);
+        EXPECT_EQ(Z4FindColumn(&table, "b"), 1);
+        EXPECT_EQ(Z4FindColumn(&table, "c"), -1);
+        Z4MatchDBColstoXFD(xfd.get(), &table);
+        Z4MatchDBKeystoXFD(xfd.get(), &table, 0);
+        Z4MatchDBKeystoXFD(xfd.get(), &table, 1);
+        Z4MatchFDInfotoXFD(xfd.get(), "120,80,1", "1,0,4,0");
+        EXPECT_EQ(spies::take_traces(), "");
+    }
 }
 
 // Keys "segments duplicates (length offset)...", as key_info has them.

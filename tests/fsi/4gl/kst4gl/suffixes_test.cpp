@@ -116,6 +116,10 @@ TEST_F(Suffixes, AreTraced) {
     EXPECT_EQ(spies::take_traces(), "+1 5 Z4DefineSuffixes: 'nil'\n-1 5 Returning\n");
     removed("a.dat");
     EXPECT_EQ(spies::take_traces(), "");
+    f_trace = 0;
+    Z4DefineSuffixes("dat");
+    removed("a.dat");
+    EXPECT_EQ(spies::take_traces(), "");
 }
 
 }  // namespace

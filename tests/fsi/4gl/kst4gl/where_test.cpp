@@ -186,11 +186,29 @@ TEST_F(ExtraWhere, VariableThatNobodyDeclaredIsNone) {
     Z4Init();
 }
 
+TEST_F(ExtraWhere, WithoutMemoryTheClauseWaits) {
+    write("before");
+    check();
+    write("next one");
+    ZMemoryRefuse(1, 1);
+    EXPECT_EQ(check(), "null -1 6 Leaving, no memory");
+    ZMemoryRefuse(0, 0);
+    EXPECT_EQ(check(), "next one -1 6 Leaving, new constraint");
+}
+
 TEST_F(ExtraWhere, SilentWithoutTracing) {
     spies::traces.clear();
     write("quiet");
     Z4CheckExtraWhere(&where_);
     Z4CheckExtraWhere(&where_);
+    for (int i = 0; i < 2; ++i) {
+        write("quiet");
+        Z4CheckExtraWhere(&where_);
+    }
+    write("refused");
+    ZMemoryRefuse(1, 1);
+    Z4CheckExtraWhere(&where_);
+    ZMemoryRefuse(0, 0);
     Z4GLWhereConstraintAddr()[XFD_WHERE_TEXT_BYTES] = 0;
     Z4CheckExtraWhere(&where_);
     EXPECT_EQ(spies::take_traces(), "");
