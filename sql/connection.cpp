@@ -18,6 +18,16 @@ constexpr std::array kSchemes{Scheme{"sqlite:", open_sqlite}};
 
 }  // namespace
 
+Status Connection::table_columns(std::string_view table, std::vector<std::string> *out) {
+    TableDescription description;
+    Status status = describe_table(table, &description);
+    out->clear();
+    for (TableDescription::Column &column : description.columns) {
+        out->push_back(std::move(column.name));
+    }
+    return status;
+}
+
 Status open_connection(const std::string &url, const OpenOptions &options,
                        std::unique_ptr<Connection> *out) {
     for (const Scheme &scheme : kSchemes) {

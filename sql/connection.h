@@ -24,6 +24,7 @@
 
 #include "sql/dialect.h"
 #include "sql/status.h"
+#include "sql/table_description.h"
 #include "sql/value.h"
 
 namespace sql {
@@ -70,8 +71,12 @@ class Connection {
 
     virtual Status prepare(std::string_view sql, std::unique_ptr<Statement> *out) = 0;
 
+    // What the catalogue says about a table, found by its name as SQL text would
+    // find it.  One that is not there is ok() with Kind::kNone.
+    virtual Status describe_table(std::string_view table, TableDescription *out) = 0;
+
     // Column names of a table in order; empty when there is no such table.
-    virtual Status table_columns(std::string_view table, std::vector<std::string> *out) = 0;
+    Status table_columns(std::string_view table, std::vector<std::string> *out);
 
     // Says that many rows will come in one transaction, or that they have come:
     // bounded memory is spent on a large cache meanwhile.  A hint.

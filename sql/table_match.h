@@ -7,9 +7,12 @@
 //     TableMatch match;
 //     if (Status s = match_table(*db, layout, &match); !s.ok()) ...
 //     if (!match.problems.empty()) report(match.problems);
+//
+// A table that a loader made from the same layout always matches.
 #ifndef SQL_TABLE_MATCH_H
 #define SQL_TABLE_MATCH_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -20,16 +23,21 @@
 namespace sql {
 
 struct TableMatch {
-    // A column of the database and what it stands for.
+    // A column and what it stands for: those of the layout in its order, child
+    // tables behind the main one, each followed by its columns that stand for none.
     struct ColumnRow {
         std::string table;
-        std::string column;  // as the database writes it
+        std::string column;  // as the database writes it; empty: missing
         std::string field;   // of the dictionary; empty: none
         std::string note;    // "record number", "exact record", "not in the dictionary" ...
     };
+    // What a key of the file needs of the table, in the order of the keys.  The
+    // number of records of a relative or sequential file is one, in front.
     struct KeyRow {
-        size_t key = 0;     // index in TableLayout::keys
-        std::string index;  // as the database calls it; empty: none
+        size_t key = TableLayout::kNone;  // index in TableLayout::keys; kNone: record numbers
+        std::string columns;              // that the index has to have, "A, B"
+        bool is_unique = true;            // that it has to be
+        std::string index;                // as the database calls it; empty: none
     };
     std::vector<ColumnRow> columns;
     std::vector<KeyRow> keys;
@@ -38,11 +46,20 @@ struct TableMatch {
     std::vector<std::string> problems;
 };
 
-// kNoSuchTable; or what the database says.  A table that differs is ok() with
-// problems; kMismatch is for callers that cannot go on (mismatch_of).
+// Matches by name, without case as the databases compare.  Problems are
+//   - a view or virtual table in the place of a table, rows without numbers
+//   - a child table or a column of the layout that is missing, the column of exact
+//     records aside
+//   - while 4GL_EXTRA_DB_COLS_OK is off, each column that is none of the layout's
+//   - a key (or the record number) without an index over exactly its columns, in
+//     their order, unique where the key is and only there; with the statement that
+//     makes the index.  The keys' columns are those of the layout, whatever the
+//     dictionary calls them.
+// kNoSuchTable; kNoMemory; or what the database says.  A table that differs is ok()
+// with problems; kMismatch is for callers that cannot go on (mismatch_of).
 Status match_table(Connection &connection, const TableLayout &layout, TableMatch *out);
 
-// kMismatch with the problems in one line; ok when there are none.
+// kMismatch with the first problems in one line; ok when there are none.
 Status mismatch_of(const TableLayout &layout, const TableMatch &match);
 
 }  // namespace sql

@@ -3,8 +3,11 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <map>
+#include <utility>
 
 namespace sql {
 namespace {
@@ -188,12 +191,17 @@ class SqliteConnection final : public Connection {
         return sqlite3_get_autocommit(db_.get()) == 0;
     }
     Status prepare(std::string_view sql, std::unique_ptr<Statement> *out) override;
-    Status table_columns(std::string_view table, std::vector<std::string> *out) override;
+    Status describe_table(std::string_view table, TableDescription *out) override;
     void expect_bulk(bool on) override;
     Status check_encoding();
     void interrupt() override { sqlite3_interrupt(db_.get()); }
 
  private:
+    template <size_t columns, typename Take>
+    Status query(std::string_view sql, std::span<const Value> parameters, const Take &take);
+    Status describe_columns(std::span<const Value> table, TableDescription *out);
+    Status describe_indexes(std::span<const Value> table, TableDescription *out);
+
     DatabasePtr db_;
     const Dialect &dialect_;
 };
@@ -216,21 +224,115 @@ Status SqliteConnection::prepare(std::string_view sql, std::unique_ptr<Statement
     return {};
 }
 
-Status SqliteConnection::table_columns(std::string_view table, std::vector<std::string> *out) {
-    out->clear();
+// Runs a query to its end, `take` getting each row.
+template <size_t columns, typename Take>
+Status SqliteConnection::query(std::string_view sql, std::span<const Value> parameters,
+                               const Take &take) {
     std::unique_ptr<Statement> statement;
-    Status status = prepare("SELECT name FROM pragma_table_info(?)", &statement);
+    Status status = prepare(sql, &statement);
     if (!status.ok()) {
         return status;
     }
-    const Value parameter = Value::text(table);
-    statement->bind(0, {&parameter, 1});
-    Value name;
+    statement->bind(0, parameters);
+    std::array<Value, columns> row;
     bool found = true;
-    while ((status = statement->fetch({&name, 1}, &found)).ok() && found) {
-        out->emplace_back(name.as_text());
+    while ((status = statement->fetch(row, &found)).ok() && found) {
+        take(std::as_const(row));
     }
     return status;
+}
+
+Status SqliteConnection::describe_table(std::string_view table, TableDescription *out) {
+    *out = {};
+    std::string schema;
+    const Value by_name = Value::text(table);
+    // Of two tables of one name SQL text finds the temporary one.
+    Status status =
+        query<4>("SELECT schema, name, type, wr FROM pragma_table_list(?) ORDER BY schema = 'temp'",
+                 {&by_name, 1}, [&](const std::array<Value, 4> &row) {
+                     schema = row[0].as_text();
+                     out->name = row[1].as_text();
+                     const std::string_view type = row[2].as_text();
+                     out->kind = type == "view"      ? TableDescription::Kind::kView
+                                 : type == "virtual" ? TableDescription::Kind::kVirtual
+                                                     : TableDescription::Kind::kTable;
+                     out->has_row_numbers =
+                         out->kind == TableDescription::Kind::kTable && row[3].as_integer() == 0;
+                 });
+    if (!status.ok() || out->kind == TableDescription::Kind::kNone) {
+        return status;
+    }
+    const std::array<Value, 2> parameters{Value::text(out->name), Value::text(schema)};
+    status = describe_columns(parameters, out);
+    return status.ok() ? describe_indexes(parameters, out) : status;
+}
+
+Status SqliteConnection::describe_columns(std::span<const Value> table, TableDescription *out) {
+    TableDescription::Index primary;
+    primary.name = "PRIMARY KEY";
+    primary.is_primary = primary.is_unique = true;
+    std::vector<std::pair<int64_t, size_t>> primary_columns;
+    // Hidden columns (1) are arguments of a virtual table.
+    Status status = query<4>(
+        "SELECT name, type, \"notnull\", pk FROM pragma_table_xinfo(?1, ?2) WHERE hidden <> 1 "
+        "ORDER BY cid",
+        table, [&](const std::array<Value, 4> &row) {
+            if (row[3].as_integer() > 0) {
+                primary_columns.emplace_back(row[3].as_integer(), out->columns.size());
+            }
+            out->columns.push_back({std::string(row[0].as_text()), std::string(row[1].as_text()),
+                                    row[2].as_integer() == 0});
+        });
+    std::ranges::sort(primary_columns);
+    for (const auto &[place, column] : primary_columns) {
+        primary.columns.push_back(column);
+    }
+    if (!primary.columns.empty()) {
+        out->indexes.push_back(std::move(primary));
+    }
+    return status;
+}
+
+Status SqliteConnection::describe_indexes(std::span<const Value> table, TableDescription *out) {
+    std::map<int64_t, size_t> columns;  // by SQLite's number, which counts hidden ones
+    Status status =
+        query<1>("SELECT cid FROM pragma_table_xinfo(?1, ?2) WHERE hidden <> 1 ORDER BY cid", table,
+                 [&](const std::array<Value, 1> &row) {
+                     columns.emplace(row[0].as_integer(), columns.size());
+                 });
+    if (!status.ok()) {
+        return status;
+    }
+    // A primary key that is another name of the row's number has no index of its
+    // own; the one that the columns told of stands for it, and for the other kind
+    // the index takes its place.
+    int64_t sequence = -1;
+    return query<9>(
+        "SELECT l.seq, l.name, l.\"unique\", l.origin = 'pk', l.partial, x.cid, x.desc, "
+        "x.coll, x.seqno FROM pragma_index_list(?1, ?2) AS l, pragma_index_xinfo(l.name, ?2) AS x "
+        "WHERE x.key ORDER BY l.seq, x.seqno",
+        table, [&](const std::array<Value, 9> &row) {
+            const bool is_primary = row[3].as_integer() != 0 && !out->indexes.empty();
+            if (row[0].as_integer() != std::exchange(sequence, row[0].as_integer())) {
+                if (!is_primary) {
+                    out->indexes.emplace_back();
+                }
+                TableDescription::Index &index =
+                    is_primary ? out->indexes.front() : out->indexes.back();
+                index = {};
+                index.name = row[1].as_text();
+                index.is_unique = row[2].as_integer() != 0;
+                index.is_primary = is_primary;
+                index.is_partial = row[4].as_integer() != 0;
+            }
+            TableDescription::Index &index =
+                is_primary ? out->indexes.front() : out->indexes.back();
+            const auto column = columns.find(row[5].as_integer());
+            index.columns.push_back(column != columns.end() ? column->second
+                                                            : TableDescription::Index::kExpression);
+            index.sorts_by_bytes =
+                index.sorts_by_bytes && row[6].as_integer() == 0 && row[7].as_text() == "BINARY";
+        });
 }
 
 // Text in UTF-16 sorts otherwise than the bytes of the keys, and some
