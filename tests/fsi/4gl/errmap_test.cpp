@@ -133,6 +133,8 @@ TEST_F(ErrorMap, AHeaderIsTheNameFromItsBracketOn) {
     EXPECT_EQ(parse(" \t[main] 1 E_BROKEN\n"), "[main] 1 E_BROKEN/5:\n----");
     EXPECT_EQ(parse("[open\n"), "[open/5:\n----");
     EXPECT_EQ(parse("[\n"), "[/5:\n----");
+    // Only the newline is not part of the line.
+    EXPECT_EQ(parse("[main]\r\n1 E_BROKEN\r\n"), "[main]\r/5: 1=6\n----");
     for (const size_t length : {size_t{78}, size_t{79}, size_t{80}, size_t{200}}) {
         SCOPED_TRACE(length);
         const std::string header = '[' + std::string(length - 1, 'n');
