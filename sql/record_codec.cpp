@@ -2,362 +2,375 @@
 #include "sql/record_codec.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <string>
 
-#include "sql/field_types.h"
-#include "sql/record_number.h"
-#include "sql/record_text.h"
+#include "sql/record_plan.h"
 
 namespace sql {
 namespace {
 
-struct FieldPlan {
-    Storage storage = Storage::kBytes;
-    uint32_t offset = 0;
-    uint32_t size = 0;
-    uint32_t room = 0;         // in the texts of a row
-    uint32_t keys = 0;         // bit k: one of the columns of key k
-    size_t number = SIZE_MAX;  // index in RecordPlan::numbers
-    size_t column = 0;
-};
-
-struct Range {
-    uint32_t offset = 0;
-    uint32_t size = 0;
-};
-
-// What one field came to.
-struct FieldResult {
-    bool is_canonical = false;
-    bool sorts = false;
-};
-
-FieldResult decode_float(const unsigned char *bytes, uint32_t size, Value *out) {
-    double number = 0;
-    uint64_t bits = 0;
-    if (size == 4) {
-        uint32_t bits4;
-        std::memcpy(&bits4, bytes, 4);
-        number = std::bit_cast<float>(bits4);
-        bits = bits4;
-    } else {
-        std::memcpy(&bits, bytes, 8);
-        number = std::bit_cast<double>(bits);
-    }
-    if (std::isnan(number)) {
-        return {};  // a database takes it for null
-    }
-    // Databases may give minus zero back without its sign.
-    *out = Value::real(number == 0 ? 0.0 : number);
-    return {number != 0 || bits == 0, false};
+bool is_null(const Value &value) {
+    return value.is_null() || value.kind() == Value::Kind::kAbsent;
 }
 
-bool encode_float(const Value &value, unsigned char *out, uint32_t size) {
-    double number = 0;
-    if (value.kind() == Value::Kind::kReal) {
-        number = value.as_real();
-    } else if (value.kind() == Value::Kind::kInteger) {
-        number = static_cast<double>(value.as_integer());
-        if (std::abs(number) > 9007199254740992.0) {
-            return false;
+// How long a record of these fields is: as long as its type, but it ends behind its
+// last value when the fields behind that are null.
+class Extent {
+ public:
+    void add(const FieldPlan &field, bool has_value) {
+        const size_t end = field.size > 0 ? field.offset + field.size : 0;
+        end_ = std::max(end_, end);
+        if (has_value) {
+            last_value_ = std::max(last_value_, field.offset + size_t{field.size});
+        } else {
+            has_nulls_ = true;
         }
-    } else {
-        return false;
     }
-    if (size == 8) {
-        std::memcpy(out, &number, 8);
+    [[nodiscard]] size_t length(const RecordPlan &plan) const {
+        if (plan.min_record == plan.max_record || (!has_nulls_ && end_ == plan.fields_end)) {
+            return plan.max_record;
+        }
+        return std::max<size_t>(plan.min_record, has_nulls_ ? last_value_ : end_);
+    }
+
+ private:
+    size_t end_ = 0;
+    size_t last_value_ = 0;
+    bool has_nulls_ = false;
+};
+
+const Variant &variant_of(RecordPlan *plan, const unsigned char *record, bool *is_untyped) {
+    plan->variants.clear();
+    const uint32_t count = plan->conditions.count();
+    if (count != 0) {
+        plan->conditions.restart();
+        bool is_typed = false;
+        for (uint32_t number = 1; number <= count; number++) {
+            if (plan->conditions.holds(number, record)) {
+                plan->variants.set(number);
+                is_typed = true;
+            }
+        }
+        *is_untyped = !is_typed;
+    }
+    return plan->variants.current();
+}
+
+// One record on its way into values.
+struct Decoder {
+    RecordPlan &plan;
+    const unsigned char *record;  // max_record bytes
+    size_t size;                  // that the record has
+    std::span<Value> values;
+    char *texts;
+    std::span<FieldState> states;
+    DecodedRecord result;
+    bool has_nulls = false;  // in fields that exist
+
+    void set_state(uint32_t i, FieldState state) const {
+        if (!states.empty()) {
+            states[i] = state;
+        }
+    }
+    [[gnu::noinline]] void take_unusual(const FieldPlan &field, Value *value);
+    [[gnu::noinline]] void take_null(const FieldPlan &field, FieldState state, bool is_canonical);
+    template <bool kIsShort>
+    void take_fields(const Variant &variant);
+    void take_absent(const Variant &variant);
+    [[nodiscard]] bool has_blank_gaps(const Variant &variant) const;
+    [[nodiscard]] bool has_its_length(const Variant &variant) const;
+};
+
+void Decoder::take_null(const FieldPlan &field, FieldState state, bool is_canonical) {
+    set_state(field.column, state);
+    has_nulls = true;
+    result.irregular_keys |= field.keys;
+    result.is_exact = result.is_exact && is_canonical;
+}
+
+void Decoder::take_unusual(const FieldPlan &field, Value *value) {
+    result.irregular_keys |= field.keys;
+    if (!value->is_null()) {
+        result.is_exact = false;
+        // Other bytes have the same value: in the columns of a key, where values have
+        // to differ as the bytes do, it counts as none.
+        if (field.keys != 0) {
+            *value = Value();
+        }
+        return;
+    }
+    const UnusualField unusual = plan.decode_unusual(field, record, texts, value);
+    if (value->is_null()) {
+        take_null(field, unusual.state, unusual.is_canonical);
+        return;
+    }
+    set_state(field.column, unusual.state);
+    result.is_exact = result.is_exact && unusual.is_canonical;
+}
+
+template <bool kIsShort>
+void Decoder::take_fields(const Variant &variant) {
+    for (const uint32_t i : variant.active) {
+        const FieldPlan &field = plan.fields[i];
+        Value &value = values[i];
+        value = Value();
+        if (kIsShort && field.offset >= size) {
+            take_null(field, FieldState::kBehindEnd, true);
+            continue;
+        }
+        if (field.null_value != FieldPlan::kNone && plan.holds_null_value(field, record))
+            [[unlikely]] {
+            take_null(field, FieldState::kNullValue, plan.holds_null_bytes(field, record));
+            continue;
+        }
+        const FieldResult got = plan.decode_field(field, record, texts, &value);
+        if (!got.is_canonical) [[unlikely]] {
+            take_unusual(field, &value);
+        } else if (!got.sorts) {
+            result.irregular_keys |= field.keys;
+        }
+    }
+}
+
+void Decoder::take_absent(const Variant &variant) {
+    for (const uint32_t i : variant.absent) {
+        values[i] = Value();
+        set_state(i, FieldState::kAbsent);
+    }
+    result.irregular_keys |= variant.absent_keys;
+}
+
+bool Decoder::has_blank_gaps(const Variant &variant) const {
+    return std::ranges::all_of(variant.gaps, [&](const Range &gap) {
+        return std::memcmp(record + gap.offset, plan.blanks.data() + gap.offset, gap.size) == 0;
+    });
+}
+
+bool Decoder::has_its_length(const Variant &variant) const {
+    if (plan.min_record == plan.max_record) {
+        return size == plan.max_record;
+    }
+    if (size == plan.max_record && !has_nulls && variant.end == plan.fields_end) {
         return true;
     }
-    const auto narrow = static_cast<float>(number);
-    if (std::isinf(narrow) != std::isinf(number)) {
+    Extent extent;
+    for (const uint32_t i : variant.active) {
+        extent.add(plan.fields[i], !values[i].is_null());
+    }
+    return extent.length(plan) == size;
+}
+
+// Writes the fields of a row in their order: those without condition, then, by
+// ascending condition, those of each that holds in what has been written.
+//
+// RecordPlan::written says of each byte what it came from, so that a null does not
+// take the place of a value in fields that share bytes.
+struct Encoder {
+    enum Source : unsigned char { kNothing, kNull, kValue };
+
+    RecordPlan &plan;
+    std::span<const Value> values;
+    std::span<unsigned char> image;
+    // Over a record that was kept: its values; else empty.
+    std::span<const Value> kept;
+    const Variant *kept_variant = nullptr;
+    Extent extent;
+    size_t changed_end = 0;
+
+    // Whether no value differs from what the kept record holds.
+    [[nodiscard]] bool keeps_all() const;
+    Status run();
+
+ private:
+    [[nodiscard]] bool is_kept(uint32_t i) const;
+    Status write_unconditional();
+    Status write_conditional();
+    Status write_group(std::span<const uint32_t> group, bool held);
+    Status refuse_group(std::span<const uint32_t> group, bool held);
+    Status write(const FieldPlan &field);
+    void mark(const FieldPlan &field) const;
+    [[nodiscard]] bool shares_bytes_with_a_value(const FieldPlan &field) const;
+};
+
+bool Encoder::is_kept(uint32_t i) const {
+    if (kept.empty()) {
         return false;
     }
-    std::memcpy(out, &narrow, 4);
+    if (values[i].kind() == Value::Kind::kAbsent) {
+        return kept[i].is_null() ||
+               (i < plan.blank_values.size() && kept[i] == plan.blank_values[i]);
+    }
+    return values[i] == kept[i];
+}
+
+bool Encoder::keeps_all() const {
+    for (uint32_t i = 0; i < plan.fields.size(); i++) {
+        if (!is_kept(i)) {
+            return false;
+        }
+    }
     return true;
 }
 
-std::string shown(const Value &value) {
-    switch (value.kind()) {
-        case Value::Kind::kInteger:
-            return std::to_string(value.as_integer());
-        case Value::Kind::kReal:
-            return std::to_string(value.as_real());
-        case Value::Kind::kText: {
-            constexpr size_t kMaxShown = 60;
-            const std::string_view text = value.as_text();
-            std::string out = "'";
-            for (const char c : text.substr(0, kMaxShown)) {
-                out += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+void Encoder::mark(const FieldPlan &field) const {
+    unsigned char *at = plan.written.data() + field.offset;
+    if (!is_null(values[field.column])) {
+        std::memset(at, kValue, field.size);
+        return;
+    }
+    for (uint32_t i = 0; i < field.size; i++) {
+        at[i] = std::max<unsigned char>(at[i], kNull);
+    }
+}
+
+bool Encoder::shares_bytes_with_a_value(const FieldPlan &field) const {
+    return std::memchr(plan.written.data() + field.offset, kValue, field.size) != nullptr;
+}
+
+Status Encoder::write(const FieldPlan &field) {
+    const Value &value = values[field.column];
+    if (is_null(value)) {
+        plan.encode_null(field, image.data());
+    } else if (!plan.encode_field(field, value, image.data())) {
+        return plan.does_not_fit(field, value);
+    }
+    return {};
+}
+
+Status Encoder::write_unconditional() {
+    const bool is_variable = plan.min_record != plan.max_record;
+    for (const uint32_t i : plan.unconditional) {
+        const FieldPlan &field = plan.fields[i];
+        if (is_variable) {
+            extent.add(field, !is_null(values[i]));
+        }
+        // Nulls stand in the blank image already.
+        if (kept.empty() ? is_null(values[i]) : is_kept(i)) {
+            continue;
+        }
+        changed_end = std::max<size_t>(changed_end, field.offset + size_t{field.size});
+        if (Status status = write(field); !status.ok()) {
+            return status;
+        }
+    }
+    return {};
+}
+
+// Fields of a condition that holds.
+Status Encoder::write_group(std::span<const uint32_t> group, bool held) {
+    for (const uint32_t i : group) {
+        const FieldPlan &field = plan.fields[i];
+        extent.add(field, !is_null(values[i]));
+        if (!(held && is_kept(i)) && !(is_null(values[i]) && shares_bytes_with_a_value(field))) {
+            changed_end = std::max<size_t>(changed_end, field.offset + size_t{field.size});
+            if (Status status = write(field); !status.ok()) {
+                return status;
             }
-            return out + (text.size() > kMaxShown ? "...'" : "'");
         }
-        case Value::Kind::kBlob:
-            return "a blob of " + std::to_string(value.as_blob().size()) + " bytes";
-        default:
-            return "null";
+        mark(field);
     }
+    return {};
 }
 
-}  // namespace
-
-struct RecordPlan {
-    explicit RecordPlan(const TableLayout &layout);
-
-    std::vector<FieldPlan> fields;
-    std::vector<NumberField> numbers;
-    std::vector<Range> gaps;  // bytes of no field
-    // Two columns hold the same bytes.  Only the exact bytes tell then which of
-    // them was changed, so every row keeps them.
-    bool has_overlaps = false;
-    std::vector<std::string> names;
-    std::vector<Key> keys;
-    uint32_t keys_without_columns = 0;
-    std::vector<unsigned char> blank_image;  // what a row of nulls encodes to
-    uint32_t max_record;
-    uint32_t min_record;
-    XfdCvtInfo settings;
-    CodePage code_page;
-    size_t text_capacity = 0;
-
-    size_t padded_at = 0;  // a short record's padded copy, in the texts of a row
-
-    // Work space of decode() for short records and of encode_over().
-    std::vector<unsigned char> image;
-    std::vector<Value> kept_values;
-    std::vector<char> kept_texts;
-
-    FieldResult decode_field(const FieldPlan &field, const unsigned char *record, char *texts,
-                             Value *out) const;
-    bool encode_field(const FieldPlan &field, const Value &value, unsigned char *image_out) const;
-    [[nodiscard]] Status does_not_fit(const FieldPlan &field, const Value &value) const;
-    DecodedRecord decode_full(const unsigned char *record, std::span<Value> values,
-                              char *texts) const;
-    [[nodiscard]] size_t encoded_length(std::span<const Value> values) const;
-
- private:
-    void add_field(const Field &from);
-    void find_gaps_and_overlaps();
-};
-
-RecordPlan::RecordPlan(const TableLayout &layout)
-    : keys(layout.keys),
-      max_record(layout.max_record),
-      min_record(layout.min_record),
-      settings(layout.settings),
-      code_page(layout.code_page) {
-    for (size_t i = 0; i < layout.fields.size(); i++) {
-        add_field(layout.fields[i]);
-    }
-    for (size_t k = 0; k < keys.size() && k < 32; k++) {
-        if (keys[k].columns.empty()) {
-            keys_without_columns |= uint32_t{1} << k;
+// Fields of a condition that does not hold.  Where it held in the record that was
+// kept, their bytes go with them.
+Status Encoder::refuse_group(std::span<const uint32_t> group, bool held) {
+    for (const uint32_t i : group) {
+        const FieldPlan &field = plan.fields[i];
+        if (!is_null(values[i])) {
+            return plan.does_not_exist(field, values[i]);
         }
-        for (const size_t column : keys[k].columns) {
-            fields[column].keys |= uint32_t{1} << k;
-        }
-    }
-    find_gaps_and_overlaps();
-    blank_image.assign(max_record, code_page.blank());
-    for (const FieldPlan &field : fields) {
-        if (field.number != SIZE_MAX || field.storage == Storage::kFloat) {
-            const Value zero = field.number != SIZE_MAX ? Value::integer(0) : Value::real(0);
-            encode_field(field, zero, blank_image.data());
-        } else {
-            encode_field(field, Value::text(""), blank_image.data());
-        }
-    }
-    padded_at = text_capacity;
-    text_capacity += max_record;
-    image.resize(max_record);
-    kept_values.resize(fields.size());
-    kept_texts.resize(text_capacity);
-}
-
-void RecordPlan::add_field(const Field &from) {
-    const FieldShape shape = shape_of(from.data);
-    FieldPlan field;
-    field.storage = shape.storage;
-    field.offset = from.offset;
-    field.size = from.data.a_size;
-    field.column = fields.size();
-    field.room = static_cast<uint32_t>(text_capacity);
-    if (shape.is_number) {
-        field.number = numbers.size();
-        numbers.push_back(make_number_field(from.data, shape, is_integer(shape), settings));
-        text_capacity += is_integer(shape) ? 0 : decimal_text_size(numbers.back());
-    } else if (shape.storage == Storage::kText || shape.storage == Storage::kTextRight ||
-               shape.storage == Storage::kNational || shape.storage == Storage::kNationalRight) {
-        text_capacity += field.size * CodePage::kMaxGrowth;
-    }
-    fields.push_back(field);
-    names.push_back(from.name);
-}
-
-void RecordPlan::find_gaps_and_overlaps() {
-    std::vector<Range> covered;
-    for (const FieldPlan &field : fields) {
-        if (field.size > 0) {
-            covered.push_back({field.offset, field.size});
-        }
-    }
-    std::ranges::sort(covered, {}, &Range::offset);
-    uint32_t end = 0;
-    for (const Range &range : covered) {
-        if (range.offset > end) {
-            gaps.push_back({end, range.offset - end});
-        }
-        has_overlaps = has_overlaps || range.offset < end;
-        end = std::max(end, range.offset + range.size);
-    }
-    if (end < max_record) {
-        gaps.push_back({end, max_record - end});
-    }
-}
-
-FieldResult RecordPlan::decode_field(const FieldPlan &field, const unsigned char *record,
-                                     char *texts, Value *out) const {
-    const unsigned char *bytes = record + field.offset;
-    DecodedText text;
-    switch (field.storage) {
-        case Storage::kText:
-        case Storage::kTextRight:
-            text = code_page.decode({bytes, field.size}, field.storage == Storage::kTextRight,
-                                    texts + field.room);
-            break;
-        case Storage::kNational:
-        case Storage::kNationalRight:
-            text = decode_national({bytes, field.size}, field.storage == Storage::kNationalRight,
-                                   texts + field.room);
-            break;
-        case Storage::kFloat:
-            return decode_float(bytes, field.size, out);
-        case Storage::kBytes:
-            *out = Value::blob({bytes, field.size});
-            return {true, false};
-        default: {
-            const DecodedNumber number =
-                decode_number(numbers[field.number], settings, bytes, texts + field.room, out);
-            return {number.is_canonical, number.is_canonical && !number.is_negative};
-        }
-    }
-    if (text.is_valid) {
-        *out = Value::text(text.text);
-    }
-    return {text.is_canonical, text.sorts};
-}
-
-DecodedRecord RecordPlan::decode_full(const unsigned char *record, std::span<Value> values,
-                                      char *texts) const {
-    DecodedRecord result{!has_overlaps, keys_without_columns};
-    for (size_t i = 0; i < fields.size(); i++) {
-        const FieldPlan &field = fields[i];
-        Value &value = values[i];
-        value = Value();
-        const FieldResult got = decode_field(field, record, texts, &value);
-        if (!got.sorts || !got.is_canonical) {
-            result.irregular_keys |= field.keys;
-        }
-        if (!got.is_canonical) {
-            result.is_exact = false;
-            // Other bytes have the same value: in the columns of a key, where
-            // values have to differ as the bytes do, it counts as none.
-            if (field.keys != 0) {
-                value = Value();
+        for (uint32_t at = field.offset; held && at < field.offset + field.size; at++) {
+            if (plan.written[at] == kNothing) {
+                image[at] = plan.blanks[at];
             }
         }
     }
-    for (const Range &gap : gaps) {
-        result.is_exact =
-            result.is_exact &&
-            std::memcmp(record + gap.offset, blank_image.data() + gap.offset, gap.size) == 0;
+    return {};
+}
+
+Status Encoder::write_conditional() {
+    std::ranges::fill(plan.written, static_cast<unsigned char>(kNothing));
+    for (const uint32_t i : plan.unconditional) {
+        mark(plan.fields[i]);
+    }
+    const auto held = [this](uint32_t condition) {
+        return kept_variant != nullptr && plan.variants.holds(*kept_variant, condition);
+    };
+    std::span<const uint32_t> rest = plan.conditional;
+    plan.conditions.restart();
+    for (uint32_t number = 1; !rest.empty(); number++) {
+        const bool exists = number <= plan.conditions.count();
+        const bool holds = exists && plan.conditions.holds(number, image.data());
+        const auto group_end = std::ranges::find_if(
+            rest, [&](uint32_t i) { return exists && plan.fields[i].condition != number; });
+        const auto group = rest.first(static_cast<size_t>(group_end - rest.begin()));
+        rest = rest.subspan(group.size());
+        if (group.empty()) {
+            continue;
+        }
+        Status status =
+            holds ? write_group(group, held(number)) : refuse_group(group, held(number));
+        if (!status.ok()) {
+            return status;
+        }
+    }
+    return {};
+}
+
+Status Encoder::run() {
+    Status status = write_unconditional();
+    return status.ok() && !plan.conditional.empty() ? write_conditional() : status;
+}
+
+Status encode_row(RecordPlan *plan, std::span<const Value> values, std::span<unsigned char> image,
+                  size_t *length) {
+    std::ranges::copy(plan->blank_image, image.begin());
+    Encoder encoder{*plan, values, image, {}, nullptr, {}, 0};
+    Status status = encoder.run();
+    if (status.ok()) {
+        *length = encoder.extent.length(*plan);
+    }
+    return status;
+}
+
+DecodedRecord decode_record(RecordPlan *plan, Bytes record, std::span<Value> values, char *texts,
+                            std::span<FieldState> states, const Variant **type) {
+    const size_t size = std::min<size_t>(record.size(), plan->max_record);
+    const unsigned char *bytes = record.data();
+    const bool is_short = size < plan->max_record;
+    if (is_short) {
+        auto *padded = reinterpret_cast<unsigned char *>(texts) + plan->padded_at;
+        std::copy(record.begin(), record.end(), padded);
+        std::fill(padded + size, padded + plan->max_record, plan->code_page.blank());
+        bytes = padded;
+    }
+    std::ranges::fill(states, FieldState::kOrdinary);
+    DecodedRecord result;
+    const Variant &variant = variant_of(plan, bytes, &result.is_untyped);
+    *type = &variant;
+    result.is_exact = !variant.has_overlaps;
+    result.irregular_keys = plan->keys_without_columns;
+    Decoder decoder{*plan, bytes, size, values, texts, states, result};
+    decoder.take_absent(variant);
+    if (is_short) {
+        decoder.take_fields<true>(variant);
+    } else {
+        decoder.take_fields<false>(variant);
+    }
+    result = decoder.result;
+    result.is_exact =
+        result.is_exact && decoder.has_blank_gaps(variant) && decoder.has_its_length(variant);
+    if (result.is_exact && (!plan->is_settled || plan->tested_end > size)) {
+        size_t length = 0;
+        result.is_exact = encode_row(plan, values, plan->image, &length).ok() && length == size &&
+                          std::memcmp(plan->image.data(), bytes, size) == 0;
     }
     return result;
 }
 
-bool RecordPlan::encode_field(const FieldPlan &field, const Value &value,
-                              unsigned char *image_out) const {
-    unsigned char *out = image_out + field.offset;
-    const std::span<unsigned char> room(out, field.size);
-    const bool is_text = value.kind() == Value::Kind::kText;
-    switch (field.storage) {
-        case Storage::kText:
-        case Storage::kTextRight: {
-            if (!is_text) {
-                return false;
-            }
-            const size_t n = code_page.encode(value.as_text(), room);
-            if (n == SIZE_MAX) {
-                return false;
-            }
-            const size_t padding = field.size - n;
-            if (field.storage == Storage::kTextRight) {
-                std::memmove(out + padding, out, n);
-                std::memset(out, code_page.blank(), padding);
-            } else {
-                std::memset(out + n, code_page.blank(), padding);
-            }
-            return true;
-        }
-        case Storage::kNational:
-        case Storage::kNationalRight: {
-            const size_t n = is_text ? encode_national(value.as_text(), room) : SIZE_MAX;
-            if (n == SIZE_MAX) {
-                return false;
-            }
-            const bool is_right = field.storage == Storage::kNationalRight;
-            const size_t padding = field.size - n;
-            if (is_right) {
-                std::memmove(out + padding, out, n);
-            }
-            constexpr uint16_t kBlank = ' ';
-            for (size_t i = 0; i < padding; i += sizeof kBlank) {
-                std::memcpy(out + (is_right ? 0 : n) + i, &kBlank, sizeof kBlank);
-            }
-            return true;
-        }
-        case Storage::kFloat:
-            return encode_float(value, out, field.size);
-        case Storage::kBytes:
-            if (value.kind() != Value::Kind::kBlob || value.as_blob().size() != field.size) {
-                return false;
-            }
-            std::memcpy(out, value.as_blob().data(), field.size);
-            return true;
-        default:
-            return encode_number(numbers[field.number], settings, value, out);
-    }
-}
-
-Status RecordPlan::does_not_fit(const FieldPlan &field, const Value &value) const {
-    std::string room = std::to_string(field.size) + (field.size == 1 ? " byte" : " bytes");
-    if (field.number != SIZE_MAX) {
-        const FieldShape &shape = numbers[field.number].shape;
-        room = (shape.is_signed ? "a signed number of " : "an unsigned number of ") +
-               std::to_string(shape.digits) + " digits" +
-               (shape.scale < 0 ? ", " + std::to_string(-shape.scale) + " of them decimals" : "");
-    }
-    return {ErrorKind::kBadRecord, "column \"" + names[field.column] + "\" holds " + shown(value) +
-                                       ", which does not fit its field (" + room + ")"};
-}
-
-// A record whose last fields are null ends behind the last one that is not.
-size_t RecordPlan::encoded_length(std::span<const Value> values) const {
-    if (min_record == max_record) {
-        return max_record;
-    }
-    size_t end = min_record;
-    bool has_nulls = false;
-    for (size_t i = 0; i < fields.size(); i++) {
-        if (values[i].is_null()) {
-            has_nulls = true;
-        } else {
-            end = std::max<size_t>(end, fields[i].offset + fields[i].size);
-        }
-    }
-    return has_nulls ? end : max_record;
-}
+}  // namespace
 
 RecordCodec::RecordCodec(const TableLayout &layout) : plan_(std::make_unique<RecordPlan>(layout)) {}
 RecordCodec::~RecordCodec() = default;
@@ -372,42 +385,13 @@ size_t RecordCodec::text_capacity() const {
 
 DecodedRecord RecordCodec::decode(Bytes record, std::span<Value> values, std::span<char> texts,
                                   std::span<FieldState> states) const {
-    (void)states;
-    const size_t size = record.size();
-    RecordPlan &plan = *plan_;
-    if (size >= plan.max_record) [[likely]] {
-        return plan.decode_full(record.data(), values, texts.data());
-    }
-    auto *padded = reinterpret_cast<unsigned char *>(texts.data()) + plan.padded_at;
-    std::copy(record.begin(), record.end(), padded);
-    std::fill(padded + size, padded + plan.max_record, plan.code_page.blank());
-    DecodedRecord result = plan.decode_full(padded, values, texts.data());
-    for (size_t i = 0; i < plan.fields.size(); i++) {
-        if (plan.fields[i].offset >= size) {
-            values[i] = Value();
-            result.irregular_keys |= plan.fields[i].keys;
-        }
-    }
-    size_t length = 0;
-    result.is_exact = !plan.has_overlaps && encode(values, plan.image, &length).ok() &&
-                      length == size && std::equal(record.begin(), record.end(), plan.image.data());
-    return result;
+    const Variant *variant = nullptr;
+    return decode_record(plan_.get(), record, values, texts.data(), states, &variant);
 }
 
 Status RecordCodec::encode(std::span<const Value> values, std::span<unsigned char> image,
                            size_t *length) const {
-    const RecordPlan &plan = *plan_;
-    std::ranges::copy(plan.blank_image, image.begin());
-    for (size_t i = 0; i < plan.fields.size(); i++) {
-        if (values[i].is_null()) {
-            continue;
-        }
-        if (!plan.encode_field(plan.fields[i], values[i], image.data())) {
-            return plan.does_not_fit(plan.fields[i], values[i]);
-        }
-    }
-    *length = plan.encoded_length(values);
-    return {};
+    return encode_row(plan_.get(), values, image, length);
 }
 
 Status RecordCodec::encode_over(Bytes exact, std::span<const Value> values,
@@ -417,26 +401,21 @@ Status RecordCodec::encode_over(Bytes exact, std::span<const Value> values,
         return {ErrorKind::kBadRecord, "the exact bytes kept are " + std::to_string(exact.size()) +
                                            ", the record has " + std::to_string(plan.max_record)};
     }
-    decode(exact, plan.kept_values, plan.kept_texts);
+    const Variant *variant = nullptr;
+    decode_record(&plan, exact, plan.kept_values, plan.kept_texts.data(), {}, &variant);
     std::ranges::copy(exact, image.begin());
     std::fill(image.begin() + static_cast<ptrdiff_t>(exact.size()), image.end(),
               plan.code_page.blank());
-    size_t end = exact.size();
-    for (size_t i = 0; i < plan.fields.size(); i++) {
-        const FieldPlan &field = plan.fields[i];
-        if (values[i] == plan.kept_values[i]) [[likely]] {
-            continue;
-        }
-        end = std::max<size_t>(end, field.offset + field.size);
-        if (values[i].is_null()) {
-            std::copy_n(plan.blank_image.begin() + field.offset, field.size,
-                        image.begin() + field.offset);
-        } else if (!plan.encode_field(field, values[i], image.data())) {
-            return plan.does_not_fit(field, values[i]);
-        }
+    *length = exact.size();
+    Encoder encoder{plan, values, image, plan.kept_values, variant, {}, 0};
+    if (encoder.keeps_all()) [[likely]] {
+        return {};
     }
-    *length = end;
-    return {};
+    Status status = encoder.run();
+    if (status.ok()) {
+        *length = std::max(exact.size(), encoder.changed_end);
+    }
+    return status;
 }
 
 Status RecordCodec::restore(std::span<const Value> values, const Value &exact,

@@ -233,6 +233,39 @@ DecodedText CodePage::decode_host(Bytes bytes, char *room) const {
     return {true, is_canonical, false, text};
 }
 
+// Bytes of the character that `bytes`, at least one, begin with; 0: none does.
+size_t CodePage::character_size(Bytes bytes) const {
+    if (bytes[0] == 0) {
+        return 0;
+    }
+    if (kind_ == Kind::kSingleByte) {
+        return characters_[bytes[0]].size != 0 ? 1 : 0;
+    }
+    if (kind_ == Kind::kUtf8) {
+        size_t at = 0;
+        utf8_next(as_text(bytes.data(), bytes.size()), &at);
+        return at;
+    }
+    constexpr size_t kLongest = 4;
+    char room[kLongest * kMaxGrowth];
+    for (size_t n = 1; n <= std::min(kLongest, bytes.size()); n++) {
+        if (bytes[n - 1] != 0 && decode_host(bytes.first(n), room).is_valid) {
+            return n;
+        }
+    }
+    return 0;
+}
+
+void CodePage::make_legal(std::span<unsigned char> bytes) const {
+    for (size_t at = 0; at < bytes.size();) {
+        const size_t size = character_size(bytes.subspan(at));
+        if (size == 0) {
+            bytes[at] = blank_;
+        }
+        at += std::max<size_t>(size, 1);
+    }
+}
+
 size_t CodePage::encode(std::string_view text, std::span<unsigned char> out) const {
     const auto *bytes = reinterpret_cast<const unsigned char *>(text.data());
     if (is_ascii_ && is_plain(bytes, text.size())) {
@@ -351,6 +384,27 @@ size_t encode_national(std::string_view text, std::span<unsigned char> out) {
         }
     }
     return n;
+}
+
+void make_legal_national(std::span<unsigned char> bytes) {
+    constexpr uint16_t kBlank = ' ';
+    const auto unit = [&](size_t at) {
+        uint16_t value = 0;
+        if (at + 2 <= bytes.size()) {
+            std::memcpy(&value, bytes.data() + at, 2);
+        }
+        return value;
+    };
+    for (size_t at = 0; at + 2 <= bytes.size(); at += 2) {
+        const uint16_t c = unit(at);
+        const bool is_high = c >= 0xD800 && c <= 0xDBFF;
+        const uint16_t next = is_high ? unit(at + 2) : uint16_t{0};
+        if (next >= 0xDC00 && next <= 0xDFFF) {
+            at += 2;
+        } else if (c == 0 || (c >= 0xD800 && c <= 0xDFFF)) {
+            std::memcpy(bytes.data() + at, &kBlank, 2);
+        }
+    }
 }
 
 int code_page_of_encoding(int32_t encoding, int program) {

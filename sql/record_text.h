@@ -44,6 +44,9 @@ class CodePage {
     // kMaxGrowth bytes, used when the text differs from the bytes.
     DecodedText decode(Bytes bytes, bool is_right, char *room) const;
 
+    // Makes every byte that is no character, zero bytes among them, a blank.
+    void make_legal(std::span<unsigned char> bytes) const;
+
     // Bytes of `text` into `out`; the number of bytes written, or SIZE_MAX when
     // it does not fit or holds a character that the code page does not have.
     size_t encode(std::string_view text, std::span<unsigned char> out) const;
@@ -62,6 +65,7 @@ class CodePage {
     DecodedText decode_single(Bytes bytes, char *room) const;
     DecodedText decode_utf8(Bytes bytes) const;
     DecodedText decode_host(Bytes bytes, char *room) const;
+    [[nodiscard]] size_t character_size(Bytes bytes) const;
     size_t encode_single(std::string_view text, std::span<unsigned char> out) const;
 
     int code_page_;
@@ -76,6 +80,8 @@ class CodePage {
 // record.
 DecodedText decode_national(Bytes bytes, bool is_right, char *room);
 size_t encode_national(std::string_view text, std::span<unsigned char> out);
+// Makes every half of a surrogate pair and every zero a blank.
+void make_legal_national(std::span<unsigned char> bytes);
 
 // The code page of texts in a file of this encoding type (XfdCvtInfo), for a
 // program whose own code page is `program`.

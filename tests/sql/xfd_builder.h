@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -27,6 +28,16 @@ struct FieldRow {
 struct KeyRow {
     bool has_duplicates;
     std::vector<std::pair<uint32_t, uint16_t>> segments;  // offset, length
+};
+
+// A record-type condition: a comparison (or "other") of a field with a value, or
+// two conditions combined.
+struct ConditionRow {
+    int16_t type;  // XFD_COND_EQ ...
+    const char *field = "";
+    const char *value = "";
+    int16_t num1 = -1;
+    int16_t num2 = -1;
 };
 
 class XfdBuilder {
@@ -66,6 +77,37 @@ class XfdBuilder {
         keys_.push_back(key);
         return *this;
     }
+    // Numbered from 1 in the order of the calls; its field is there already.
+    XfdBuilder &condition(const ConditionRow &row) {
+        XfdCondition condition{};
+        condition.c_type = row.type;
+        copy(condition.c_variable, sizeof condition.c_variable, row.field);
+        copy(condition.c_value, sizeof condition.c_value, row.value);
+        condition.c_num1 = row.num1;
+        condition.c_num2 = row.num2;
+        for (size_t i = 0; i < fields_.size(); i++) {
+            if (std::strcmp(fields_[i].fd_name, condition.c_variable) == 0) {
+                condition.c_field_num = static_cast<int16_t>(i);
+            }
+        }
+        conditions_.push_back(condition);
+        return *this;
+    }
+    // Of the last field.
+    XfdBuilder &under(uint16_t condition) {
+        fields_.back().fd_cond_num = condition;
+        return *this;
+    }
+    XfdBuilder &date(const char *format) {
+        fields_.back().fd_user_type = 1;
+        copy(fields_.back().fd_format, sizeof fields_.back().fd_format, format);
+        return *this;
+    }
+    XfdBuilder &null_value(const char *text) {
+        null_values_.emplace_back(text);
+        fields_.back().fd_null_value = null_values_.back().data();
+        return *this;
+    }
     XfdBuilder &min_record(uint32_t size) {
         xfd_.x_min_rec_size = size;
         return *this;
@@ -83,6 +125,8 @@ class XfdBuilder {
         xfd_.x_fdesc = fields_.data();
         xfd_.x_n_fields = xfd_.x_n_total_fields = xfd_.x_n_fields_alloc =
             static_cast<uint32_t>(fields_.size());
+        xfd_.x_condition = conditions_.data();
+        xfd_.x_n_conditions = xfd_.x_n_conditions_alloc = static_cast<uint16_t>(conditions_.size());
         xfd_.x_key_desc = keys_.data();
         xfd_.x_n_keys = xfd_.x_n_keys_alloc = static_cast<uint16_t>(keys_.size());
         return xfd_;
@@ -98,6 +142,8 @@ class XfdBuilder {
     XfdCvtInfo settings_{};
     std::vector<XfdField> fields_;
     std::vector<XfdKey> keys_;
+    std::vector<XfdCondition> conditions_;
+    std::deque<std::string> null_values_;  // of fields, which point to them
 };
 
 }  // namespace sql_test
