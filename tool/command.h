@@ -27,6 +27,7 @@ Action declare_load(CLI::App &app);
 Action declare_unload(CLI::App &app);
 Action declare_compare(CLI::App &app);
 Action declare_errmap(CLI::App &app);
+Action declare_date(CLI::App &app);
 
 }  // namespace tool
 

@@ -7,16 +7,15 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
 
-#include "host/config.h"
 #include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/failure.h"
 #include "tool/session.h"
+#include "tool/temporary_setting.h"
 #include "wbfsi/compare.h"
 
 namespace tool {
@@ -30,26 +29,6 @@ struct Options {
     bool sort_keys = false;
     bool verbose = false;
     bool quiet = false;
-};
-
-// Gives a configuration variable another text for as long as it lives.
-class Override {
- public:
-    Override(const char *name, const char *value) : name_(name) {
-        if (const char *before = ZCGetValueString(name)) {
-            before_ = before;
-        }
-        if (ZCSetValueString(name, value) == 0) {
-            throw Failure(std::string(name) + " cannot be set: out of memory");
-        }
-    }
-    ~Override() { ZCSetValueString(name_, before_ ? before_->c_str() : nullptr); }
-    Override(const Override &) = delete;
-    Override &operator=(const Override &) = delete;
-
- private:
-    const char *name_;
-    std::optional<std::string> before_;
 };
 
 bool is_dictionary_file(const std::filesystem::path &path) {
@@ -68,8 +47,8 @@ Dictionary load_file(const std::filesystem::path &path) {
     }
     const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
     const std::string file = path.filename().string();
-    const Override no_prefix("XFD_PREFIX", nullptr);
-    const Override directory("XFD_DIRECTORY", folder.c_str());
+    const TemporarySetting no_prefix("XFD_PREFIX", nullptr);
+    const TemporarySetting directory("XFD_DIRECTORY", folder.c_str());
     Dictionary xfd;
     try {
         xfd = load_dictionary(file.substr(0, file.size() - sizeof "xfd"), 0);

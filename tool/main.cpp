@@ -35,6 +35,7 @@ constexpr CommandRow kCommands[] = {
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
     {"compare", "Compare two dictionaries item by item", tool::declare_compare},
     {"errmap", "Show an error-map file and what is wrong with it", tool::declare_errmap},
+    {"date", "Convert a date field of a COBOL record to an ISO date, or back", tool::declare_date},
 };
 
 struct Command {

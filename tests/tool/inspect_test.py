@@ -285,6 +285,239 @@ Number  Code  File error   Line  Section
                             "2147483647 would be right\n" % number)
 
 
+class Date(cli_test.Tool):
+    INVALID = ["--set", "PLEX_DATE_INVALID_VALUE=19000101"]
+    NINE = ["--set", "PLEX_DATE_NINE_VALUE=20991231"]
+    ZERO = ["--set", "PLEX_DATE_ZERO_VALUE=17520914"]
+    HIGH = ["--set", "PLEX_DATE_MAX_HIGH_VALUES=1"]
+
+    def check(self, rows):
+        for row in rows:
+            with self.subTest(row=row):
+                *arguments, out = row
+                self.expect(["date", *arguments], 0, out)
+
+    def test_from_the_text_of_a_field(self):
+        self.check((
+            ("YYYYMMDD", "20051231", "2005-12-31\n"),
+            ("YYMMDD", "191231", "2019-12-31\n"),
+            ("YYMMDD", "991231", "1999-12-31\n"),
+            ("YYMMDD", "191231", "--set", "4GL_2000_CUTOFF=10", "1919-12-31\n"),
+            ("YYYYEEE", "2004366", "2004-12-31\n"),
+            ("YYYYMMDD", "2005 1 1", "--type", "alphanumeric", "2005-01-01\n"),
+            ("MMDD", "1231", "1901-12-31\n"),
+            ("HHNNSS", "123059", "12:30:59\n"),
+            ("HHNN", "930", "09:30:00\n"),
+            ("HHNNSSTT", "12305925", "12:30:59.250000\n"),
+            ("YYYYMMDDHHNNSS", "20051231123059", "2005-12-31 12:30:59\n"),
+            # The decade of the 2000s is 26 behind that of the blank.
+            ("FYMMDD", ":51231", "--type", "alphanumeric", "2005-12-31\n"),
+            ("JJJJJ", "366", "--set", "4GL_JULIAN_BASE_DATE=20000101", "2001-01-01\n"),
+            ("", "991231", "--type", "6", "1999-12-31\n"),
+            ("", "20051231", "--type", "8", "2005-12-31\n"),
+        ))
+
+    def test_from_the_bytes_of_a_field(self):
+        self.check((
+            ("YYYYMMDD", "020051231F", "--hex", "--type", "packed", "2005-12-31\n"),
+            ("YYYYMMDD", "02 00 51 23 1f", "--hex", "--type", "comp-3", "2005-12-31\n"),
+            ("YYYYMMDD", "0131F51F", "--hex", "--type", "comp", "2005-12-31\n"),
+            ("YYYYMMDD", "1FF53101", "--hex", "--type", "comp-5", "2005-12-31\n"),
+            ("YYMMDD", "00 05 01 02 03 01", "--hex", "--type", "7", "2005-12-31\n"),
+            ("YYYYMMDD", "FFFFFFFFFF", "--hex", "--type", "packed", *self.NINE, "2099-12-31\n"),
+        ))
+
+    def test_special_contents(self):
+        self.check((
+            ("YYYYMMDD", "99999999", *self.NINE, "2099-12-31\n"),
+            ("YYYYMMDD", "00000000", *self.ZERO, "1752-09-14\n"),
+            ("YYYYMMDD", "0", *self.ZERO, "--type", "packed", "1752-09-14\n"),
+            ("YYYYMMDD", " " * 8, *self.INVALID, "1900-01-01\n"),
+            ("YYYYMMDD", "20050229", *self.INVALID, "1900-01-01\n"),
+            ("YYYYMMDD", "none", "--set", "PLEX_DATE_NULL_VALUE=20000229", "2000-02-29\n"),
+            ("YYYYMMDD", "20050229", "--use-illegal", "--date-value", "19991231", "1999-12-31\n"),
+        ))
+
+    def test_to_the_text_of_a_field(self):
+        to_field = "--to-field"
+        self.check((
+            ("YYYYMMDD", "2005-12-31", to_field, "20051231\n"),
+            ("YYMMDD", "2005-12-31", to_field, "051231\n"),
+            ("YYMMDD", "2005-12-31", to_field, "--type", "packed", "051231\nbytes 00 51 23 1F\n"),
+            ("YYYYMMDD", "2005-12-31", to_field, "--type", "comp", "20051231\nbytes 01 31 F5 1F\n"),
+            ("YYYYMMDD", "2005-12-31", to_field, "--type", "comp-5",
+             "20051231\nbytes 1F F5 31 01\n"),
+            ("YYYYMMDD", "2005-12-31", to_field, "--type", "comp-6",
+             "20051231\nbytes 20 05 12 31\n"),
+            ("YYYYMMDD", "2005-12-31", to_field, "--type", "packed-signed", "--digits", "9",
+             "020051231\nbytes 02 00 51 23 1C\n"),
+            ("YYMMDD", "2005-12-31", to_field, "--type", "national",
+             "051231\nbytes 30 00 35 00 31 00 32 00 33 00 31 00\n"),
+            ("YYYYMMDD", "2005-12-31", to_field, "--type", "alphanumeric", "--size", "10",
+             "20051231  \nbytes 32 30 30 35 31 32 33 31 20 20\n"),
+            ("HHNNSSTTT", "12:30:59.25", to_field, "123059250\n"),
+            ("YYYYMMDDHHNN", "2005-12-31T12:30:59", to_field, "200512311230\n"),
+            ("YYYYMMDDHHNN", "2005-12-31 12:30:59", to_field, "200512311230\n"),
+            ("YYYYMMDDHHNN", "2005-12-31", to_field, "200512310000\n"),
+            ("FYMMDD", "2005-12-31", to_field, "--type", "alphanumeric", ":51231\n"),
+            ("JJJJJ", "2001-01-01", to_field, "--set", "4GL_JULIAN_BASE_DATE=20000101", "00366\n"),
+            ("YYYYMMDD", "2099-12-31", to_field, *self.NINE, "99999999\n"),
+            ("YYYYMMDD", "2099-12-31", to_field, *self.NINE, *self.HIGH,
+             "\\xFF" * 8 + "\nbytes" + " FF" * 8 + "\n"),
+            ("YYYYMMDD", "2099-12-31", to_field, *self.NINE, *self.HIGH, "--type", "packed",
+             "bytes" + " FF" * 5 + "\n"),
+            ("YYYYMMDD", "1900-01-01", to_field, *self.INVALID,
+             " " * 8 + "\nbytes" + " 20" * 8 + "\n"),
+            ("YYYYMMDD", "1601-01-01", to_field, "--date-value", "16010101", "00000000\n"),
+            ("YYYYMMDD", "2005-02-29", to_field, "--use-illegal", "--date-value", "19991231",
+             "19991231\n"),
+        ))
+
+    def test_there_and_back_in_every_storage(self):
+        # Storages of one digit a byte among them, which no other test has.
+        for storage in ("display display-trailing-separate display-trailing "
+                        "display-leading-separate display-leading packed comp-3 packed-signed "
+                        "comp-6 comp comp-signed comp-5 comp-5-signed comp-2 alphanumeric justified "
+                        "alphabetic group national").split() + [str(n) for n in range(40)]:
+            with self.subTest(storage=storage):
+                written = self.run_tool("date", "YYYYMMDD", "2004-02-29", "--to-field", "--type",
+                                        storage, "--verbose")
+                self.assertEqual((written.returncode, written.stderr), (0, ""))
+                field = [line for line in written.stdout.split("\n")
+                         if line.startswith("  field ")][0].split(": ")[1]
+                self.expect(["date", "YYYYMMDD", field, "--hex", "--type", storage], 0,
+                            "2004-02-29\n")
+                self.expect(["date", "YYYYMMDD", "20040229", "--type", storage], 0, "2004-02-29\n")
+
+    def test_what_a_result_hangs_on(self):
+        self.expect(["date", "YYMMDD", "051231", "--verbose"], 0, """\
+2005-12-31
+  format   YYMMDD
+  field    DISPLAY, unsigned, 6 digits, 6 bytes: 30 35 31 32 33 31
+  record   2005-12-31 00:00:00.000000
+  setting  4GL_2000_CUTOFF is 20; with 0: 1905-12-31
+""")
+        # Four digits of the year leave the cutoff nothing to say.
+        self.expect(["date", "YYYYMMDD", "20051231", "--verbose"], 0, """\
+2005-12-31
+  format   YYYYMMDD
+  field    DISPLAY, unsigned, 8 digits, 8 bytes: 32 30 30 35 31 32 33 31
+  record   2005-12-31 00:00:00.000000
+""")
+        self.expect(["date", "", "991231", "--type", "8", "--verbose",
+                     "--set", "4GL_8_DIGIT_CUTOFF=1"], 0, """\
+1999-12-31
+  format   none
+  field    packed, unsigned, 8 digits, 5 bytes: 00 09 91 23 1F
+  record   1999-12-31 00:00:00.000000
+  setting  4GL_8_DIGIT_CUTOFF is 1; with 0: 0099-12-31
+""".replace("  setting  4GL_2000_CUTOFF is 20; with 0: 1999-12-31\n", ""))
+        self.expect(["date", "MMDD", "0501", "--date-value", "-1", "--verbose"], 0, """\
+1901-05-01
+  format   MMDD
+  field    DISPLAY, unsigned, 4 digits, 4 bytes: 30 35 30 31
+  record   1901-05-01 12:00:00.000000
+""")
+        self.expect(["date", "YYYYMMDD", "2099-12-31", "--to-field", "--type", "packed",
+                     "--verbose", *self.NINE, *self.HIGH], 0, """\
+bytes FF FF FF FF FF
+  format   YYYYMMDD
+  field    packed, unsigned, 8 digits, 5 bytes: FF FF FF FF FF
+  record   2099-12-31 00:00:00.000000
+  setting  PLEX_DATE_NINE_VALUE is 20991231; with null: "20991231", bytes 02 09 91 23 1F
+  setting  PLEX_DATE_MAX_HIGH_VALUES is 1; with 0: "99999999", bytes 09 99 99 99 9F
+""")
+        self.expect(["date", "JJJ", "1", "--verbose", "--set", "4GL_JULIAN_BASE_DATE=20050229"], 1,
+                    """\
+  format   JJJ
+  field    DISPLAY, unsigned, 3 digits, 3 bytes: 30 30 31
+  setting  4GL_JULIAN_BASE_DATE is 20050229; with 0: 1900-01-01
+""", "wbfsi date: 001 holds no date of the format JJJ\n")
+        self.expect(["date", "JJJ", "1900-01-01", "--to-field", "--verbose",
+                     "--set", "4GL_JULIAN_NULL=1"], 1, """\
+  format   JJJ
+  field    DISPLAY, unsigned, 3 digits, 3 bytes: 30 30 30
+  setting  4GL_JULIAN_NULL is 1; with -2147483648: 001
+""", "wbfsi date: 1900-01-01: cannot be written to the field (DISPLAY, unsigned, 3 digits, "
+     "3 bytes) in its format\n")
+
+    def test_no_such_date(self):
+        for arguments, text in (
+                (["YYYYMMDD", "20050229"], "20050229 holds no date of the format YYYYMMDD"),
+                (["YYMMDD", "051301", "--type", "packed"],
+                 '"051301", bytes 00 51 30 1F holds no date of the format YYMMDD'),
+                (["YYYYMMDD", "2005123x"], "2005123x holds no date of the format YYYYMMDD"),
+                (["YYYYMMDD", "FFFF", "--hex"],
+                 '"\\xFF\\xFF", bytes FF FF holds no date of the format YYYYMMDD'),
+                (["YYYYMMDD", "FFFF", "--hex", "--type", "packed"],
+                 "bytes FF FF holds no date of the format YYYYMMDD"),
+                (["", "0", "--type", "8"], '"00000000", bytes 00 00 00 00 0F holds no date'),
+                (["YYYYMMDD", "2005-02-29", "--to-field"], "2005-02-29: there is no such date"),
+                (["HHNN", "24:00:00", "--to-field"], "24:00:00: there is no such date"),
+                (["FYMMDD", "1739-12-31", "--to-field", "--type", "alphanumeric"],
+                 "1739-12-31: cannot be written to the field (alphanumeric, 6 bytes) in its "
+                 "format"),
+                (["FYMMDD", "2005-12-31", "--to-field"],
+                 "2005-12-31: cannot be written to the field (DISPLAY, unsigned, 6 digits, "
+                 "6 bytes) in its format; the characters of F and R want --type alphanumeric"),
+                (["FYMMDD", ":51231"], ":51231 holds no date of the format FYMMDD; the characters "
+                 "of F and R want --type alphanumeric")):
+            with self.subTest(arguments=arguments):
+                self.expect(["date", *arguments], 1, "", "wbfsi date: %s\n" % text)
+
+    def test_mistakes(self):
+        letters = "D E F H J M N R S T Y, each in one run, would be right"
+        iso = (" is no ISO date; YYYY-MM-DD, HH:MM:SS with up to six decimals behind a point, or "
+               "both with a blank or T between them, would be right")
+        for arguments, text in (
+                (["YYYY-MM-DD", "1"],
+                 '"YYYY-MM-DD" is no date format; no letter of a format: "-" (5, 8); ' + letters),
+                (["yYMDY", "1"], '"yYMDY" is no date format; no letter of a format: "y" (1); in '
+                 'more than one place: "Y" (2, 5); ' + letters),
+                (["Y" * 21, "1"], '"%s" is no date format; it has 21 letters, 20 are the most; '
+                 % ("Y" * 21) + letters),
+                (["Y\x1b\xe9", "1"], '"Y\\x1B\xe9" is no date format; no letter of a format: '
+                 '"\\x1B" (2), "\\xC3" (3), "\\xA9" (4); ' + letters),
+                (["", "1"], "an empty format is YYMMDD in a field of type 6 and YYYYMMDD in one of "
+                 "type 8, and nothing in others"),
+                (["YYMMDD", "x", "--type", "packed"], '"x" does not fit into the field (packed, '
+                 "unsigned, 6 digits, 4 bytes); --hex takes the bytes of a field as they are"),
+                (["YYMMDD", "151231", "--size", "5"], '"151231" does not fit into the field '
+                 "(DISPLAY, unsigned, 6 digits, 5 bytes); --hex takes the bytes of a field as they "
+                 "are"),
+                (["YYMMDD", "0512", "--type", "alphanumeric", "--size", "3"], '"0512" does not fit '
+                 "into the field (alphanumeric, 3 bytes); --hex takes the bytes of a field as they "
+                 "are"),
+                (["YYMMDD", "1", "--size", "0"],
+                 "--size 0: a whole number from 1 to 1000 would be right"),
+                (["YYMMDD", "1", "--digits", "39"],
+                 "--digits 39: a whole number from 1 to 38 would be right"),
+                (["YYMMDD", "1", "--type", "40"],
+                 "--type 40: a whole number from 0 to 39 would be right"),
+                (["YYMMDD", "1", "--date-value", "x"], "--date-value x: a whole number from "
+                 "-2147483648 to 2147483647 would be right"),
+                (["YYMMDD", "1" * 3001], "VALUE has more than 3000 characters; a field of up to "
+                 "1000 bytes would be right"),
+                (["YYMMDD", "123", "--hex"], '--hex "123": two hexadecimal digits a byte, of at '
+                 "least one byte, would be right"),
+                (["YYMMDD", "1234", "--hex", "--size", "3"], '--hex "1234": two hexadecimal digits '
+                 "a byte, of 3 bytes, would be right"),
+                (["YYMMDD", "2005-12-31", "--hex", "--to-field"],
+                 "--hex is for the bytes of a field; --to-field takes a date"),
+                (["YYMMDD", "12:30:00", "--to-field"], '"12:30:00" has no date, which the format '
+                 "wants; YYYY-MM-DD in front of it would be right"),
+                *((["YYMMDD", text, "--to-field"], '"%s"' % text + iso)
+                  for text in ("", "2005", "2005-1-1", "2005-12-31T", "2005-12-31x12:30:00",
+                               "12:30", "12:30:00.", "12:30:00.1234567", "2005-12-31 ",
+                               "+005-12-31"))):
+            with self.subTest(arguments=arguments):
+                self.expect(["date", *arguments], 2, "", "wbfsi date: %s\n" % text)
+        result = self.run_tool("date", "YYMMDD", "1", "--type", "comp3")
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertTrue(result.stderr.startswith(
+            "wbfsi date: --type comp3: is no storage; a code from 0 to 39 or one of display "))
+
+
 if __name__ == "__main__":
     cli_test.WBFSI = os.path.abspath(sys.argv.pop(1))
     unittest.main()
