@@ -259,8 +259,9 @@ class Model:
         kind, digits, scale, data = field
         width = len(letters(form))
         source = data
-        while kind in (17, 19) and len(source) > width and source[:1] == b" ":
-            source = source[1:]
+        unit, blank = (2, b" \0") if kind == 25 else (1, b" ")
+        while kind in (17, 19, 25) and len(source) // unit > width and source[:unit] == blank:
+            source = source[unit:]
         done, text = data_model.convert((16, width, 0, 0), (kind, digits, scale, source), DEFAULTS)
         text = text.decode("latin-1") if done else None
         special = self.contents(field, text)

@@ -99,4 +99,22 @@ TEST_F(DatesTorture, EveryRefusalIsErrorFourteen) {
     EXPECT_EQ(refuse_each(Z4_DATE_TO_FIELD, false), 1);
 }
 
+// A refusal inside of the host's conversion could not be told from a bad field.
+TEST_F(DatesTorture, WideFieldsNeedNoMemoryInTheHost) {
+    std::u16string wide = u"20060101";
+    wide.resize(2000, u' ');
+    const XfdArgument field{reinterpret_cast<uintptr_t>(wide.data()), 4000, 24, 8, 0, 0};
+    for (const int direction : {Z4_DATE_TO_FIELD, Z4_DATE_FROM_FIELD}) {
+        SCOPED_TRACE(direction);
+        DateTimeValue value{2006, 1, 1, 0, 0, 0, 0, 0};
+        EXPECT_EQ(Z4ConvertDateTime(&field, &value, "YYYYMMDD", direction, 0, 0), 1);
+        ZMemoryRefuse(2, -1);
+        EXPECT_EQ(Z4ConvertDateTime(&field, &value, "YYYYMMDD", direction, 0, 0), 1);
+        EXPECT_EQ(ZMemoryRefused(), 0U);
+        ZMemoryRefuse(0, 0);
+        EXPECT_EQ(value.year, 2006);
+        EXPECT_EQ(wide.substr(0, 10), u"20060101  ");
+    }
+}
+
 }  // namespace

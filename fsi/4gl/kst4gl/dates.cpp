@@ -3,6 +3,7 @@
 // Date fields of records and date-time records, in both directions.
 #include "wbfsi/dates.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -71,15 +72,23 @@ bool replace_illegal(const Conversion &call, DateParts *parts) {
 // right the blanks on the left go first.
 ZArgument significant_part(const ZArgument &field, size_t length) {
     ZArgument part = field;
-    const bool is_right_justified = field.a_type == 17 || field.a_type == 19;
-    const auto *bytes = reinterpret_cast<const char *>(field.a_address);
-    if (is_right_justified && bytes != nullptr) {
-        while (part.a_size > length && *bytes == ' ') {
-            ++bytes;
-            --part.a_size;
+    const bool is_national = field.a_type >= 24 && field.a_type <= 26;
+    const bool is_right_justified = field.a_type == 17 || field.a_type == 19 || field.a_type == 25;
+    const uint32_t unit = is_national ? 2 : 1;
+    if (is_right_justified && field.a_address != 0) {
+        const auto *bytes = reinterpret_cast<const char *>(field.a_address);
+        const char16_t blank = u' ';
+        while (part.a_size / unit > length &&
+               (is_national ? std::memcmp(bytes, &blank, unit) == 0 : *bytes == ' ')) {
+            bytes += unit;
+            part.a_size -= unit;
         }
         part.a_address = reinterpret_cast<uintptr_t>(bytes);
     }
+    // No more than the text can come from, a pair of units a character, so that the
+    // host needs no memory for the rest.
+    if (is_national)
+        part.a_size = std::min(part.a_size, static_cast<uint32_t>(length) * 2 * unit);
     return part;
 }
 
@@ -107,7 +116,14 @@ bool read_plain_number(Conversion *call) {
     return true;
 }
 
-// Sets call->text to a date.
+// Sets call.text to the text of a field of any storage.
+bool read_text(const Conversion &call) {
+    const ZArgument source = significant_part(call.field, call.format.length);
+    const ZArgument dest = text_argument(call.text, call.format.length);
+    return ZconvertData(&dest, &source, 1, nullptr) != 0;
+}
+
+// Sets call.text to a date.
 bool format_traced(const Conversion &call, const DateParts &parts) {
     if (!format_date(call.format, parts, call.rules.base_day, call.text))
         return false;
@@ -118,9 +134,7 @@ bool format_traced(const Conversion &call, const DateParts &parts) {
 
 const char *read_field(Conversion *call) {
     const DateFormat &format = call->format;
-    const ZArgument source = significant_part(call->field, format.length);
-    const ZArgument dest = text_argument(call->text, format.length);
-    const bool is_text = read_plain_number(call) || ZconvertData(&dest, &source, 1, nullptr) != 0;
+    const bool is_text = read_plain_number(call) || read_text(*call);
     call->text[format.length] = '\0';
 
     const DateTimeValue *special = nullptr;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,18 @@
 namespace {
 
 using namespace date_calls;
+
+// ASCII characters of a national field.
+std::string national(const std::string &text) {
+    std::string bytes;
+    for (const char ascii : text) {
+        const auto c = static_cast<char16_t>(ascii);
+        char unit[2];
+        std::memcpy(unit, &c, sizeof unit);
+        bytes.append(unit, sizeof unit);
+    }
+    return bytes;
+}
 
 TEST(Dates, FieldsReadAsTheirFormatSays) {
     const struct {
@@ -111,6 +124,9 @@ TEST(Dates, TextIsAlignedWithTheRightEndOfTheFormat) {
     }
     EXPECT_EQ(read({17, "    20051231"}, "YYYYMMDD"), "2005-12-31 00:00:00.000000");
     EXPECT_EQ(read({17, "    20051"}, "YYYYMMDD"), kRefused);
+    EXPECT_EQ(read({25, national("    20051231")}, "YYYYMMDD"), "2005-12-31 00:00:00.000000");
+    EXPECT_EQ(read({25, national("  20051231") + 'x'}, "YYYYMMDD"), "2005-12-31 00:00:00.000000");
+    EXPECT_EQ(read({24, national("20051231    ")}, "YYYYMMDD"), "2005-12-31 00:00:00.000000");
     EXPECT_EQ(read({19, "     51231"}, "FYMMDD"), "1745-12-31 00:00:00.000000");
 }
 
