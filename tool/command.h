@@ -23,6 +23,7 @@ using Declare = Action (*)(CLI::App &app);
 Action declare_show(CLI::App &app);
 Action declare_locate(CLI::App &app);
 Action declare_ddl(CLI::App &app);
+Action declare_cat(CLI::App &app);
 Action declare_load(CLI::App &app);
 Action declare_unload(CLI::App &app);
 Action declare_compare(CLI::App &app);

@@ -31,6 +31,8 @@ constexpr CommandRow kCommands[] = {
     {"locate", "Say which dictionary files were tried and which one was taken",
      tool::declare_locate},
     {"ddl", "Print the CREATE statements of a dictionary's table and indexes", tool::declare_ddl},
+    {"cat", "Print the records of a file: as a table, CSV, JSON or one field a line",
+     tool::declare_cat},
     {"load", "Move the records of a file into a database table", tool::declare_load},
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
     {"compare", "Compare two dictionaries item by item", tool::declare_compare},
