@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# What `cmake --install` lays down: both libraries, the tool, public headers,
-# man pages, and the files by which pkg-config and CMake find them.
+# What `cmake --install` lays down: both libraries, the tool with its error map,
+# public headers, man pages, and the files by which pkg-config and CMake find them.
 
 include(CMakePackageConfigHelpers)
 
@@ -13,6 +13,7 @@ if(TARGET wbfsi)
   file(RELATIVE_PATH to_libraries "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(wbfsi PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")
   install(TARGETS wbfsi RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES sql/sqlite/sqlite.errmap DESTINATION ${CMAKE_INSTALL_DATADIR}/wbfsi)
 endif()
 
 file(GLOB man_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/man/*.1)

@@ -41,22 +41,36 @@ class [[nodiscard]] Status {
  public:
     Status() = default;
     Status(ErrorKind kind, std::string text)
-        : error_(std::make_shared<const Error>(Error{kind, std::move(text)})) {}
+        : error_(std::make_shared<const Error>(Error{kind, std::move(text), 0, 0})) {}
+
+    // A refusal of a database: its own error number, and the file error of COBOL
+    // (1 to 18, include/wbfsi/errmap.h) that it stands for.
+    Status(ErrorKind kind, std::string text, int32_t native_code, int32_t file_error)
+        : error_(std::make_shared<const Error>(
+              Error{kind, std::move(text), native_code, file_error})) {}
 
     [[nodiscard]] bool ok() const { return error_ == nullptr; }
     [[nodiscard]] ErrorKind kind() const { return ok() ? ErrorKind::kOk : error_->kind; }
     // One line without a newline at its end; empty when ok().
     [[nodiscard]] std::string text() const { return ok() ? std::string() : error_->text; }
 
+    // 0 unless a database refused.
+    [[nodiscard]] int32_t native_code() const { return ok() ? 0 : error_->native_code; }
+    [[nodiscard]] int32_t file_error() const { return ok() ? 0 : error_->file_error; }
+
     // The same kind with `where` and ": " in front of the text.
     [[nodiscard]] Status within(const std::string &where) const {
-        return ok() ? *this : Status(error_->kind, where + ": " + error_->text);
+        return ok() ? *this
+                    : Status(error_->kind, where + ": " + error_->text, error_->native_code,
+                             error_->file_error);
     }
 
  private:
     struct Error {
         ErrorKind kind;
         std::string text;
+        int32_t native_code = 0;
+        int32_t file_error = 0;
     };
     std::shared_ptr<const Error> error_;
 };

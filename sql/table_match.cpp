@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -16,7 +17,6 @@
 #include "host/config.h"
 #include "host/memory.h"
 #include "host/names.h"
-#include "sql/table_columns.h"
 #include "wbfsi/accessors.h"
 #include "wbfsi/build.h"
 #include "wbfsi/match.h"
@@ -111,11 +111,22 @@ struct Entry {
 
 // An index that the layout makes.
 struct Need {
-    size_t key = TableLayout::kNone;  // in TableLayout::keys; kNone: record numbers
-    std::vector<size_t> columns;      // in TableLayout::columns
+    size_t table = 0;
+    size_t key = TableLayout::kNone;  // in TableLayout::keys; kNone: none of them
+    std::string what;
+    std::vector<std::string> names;
     bool is_unique = true;
-    bool is_of_irregular_rows = false;  // beside the key's columns, may be partial
+    bool is_of_other_rows = false;  // beside the key's columns; may be partial
+    std::string index_name;         // as the layout calls it
 };
+
+std::string listed(const std::vector<std::string> &names, bool is_quoted) {
+    std::string text;
+    for (const std::string &name : names) {
+        text += (text.empty() ? "" : ", ") + (is_quoted ? Dialect::quote(name) : name);
+    }
+    return text;
+}
 
 class Matcher {
  public:
@@ -482,39 +493,65 @@ void Matcher::match_columns() {
 
 std::vector<Need> Matcher::needs() const {
     std::vector<Need> needs;
+    const auto name_of = [&](size_t column) { return layout_.columns[column].name; };
     if (layout_.record_number != TableLayout::kNone) {
-        needs.push_back({TableLayout::kNone, {layout_.record_number}});
+        Need need;
+        need.what = "record number";
+        need.names = {name_of(layout_.record_number)};
+        need.index_name = layout_.table + "_number";
+        needs.push_back(std::move(need));
     }
     for (size_t k = 0; k < layout_.keys.size(); k++) {
         const Key &key = layout_.keys[k];
+        Need need;
+        need.key = k;
+        need.what = std::string("key ").append(std::to_string(k + 1));
+        need.is_unique = key.unique;
+        need.index_name = key.index_name;
         if (!key.columns.empty()) {
-            needs.push_back({k, key.columns, key.unique});
+            std::ranges::transform(key.columns, std::back_inserter(need.names), name_of);
+            needs.push_back(need);
+            need.what += ", other rows";
+            need.is_of_other_rows = true;
+            need.index_name += "_bytes";
         }
-        needs.push_back({k, {key.bytes_column}, key.unique, !key.columns.empty()});
+        need.names = {name_of(key.bytes_column)};
+        needs.push_back(std::move(need));
+    }
+    for (size_t i = 0; i < layout_.children.size(); i++) {
+        const ChildTable &child = layout_.children[i];
+        Need need;
+        need.table = i + 1;
+        need.what = "rows of a record";
+        need.names = child.subscript_columns;
+        need.names.insert(need.names.begin(), child.number_column);
+        need.index_name = child.name + "_rows";
+        needs.push_back(std::move(need));
     }
     return needs;
 }
 
 void Matcher::match_key(const Need &need) {
-    const Table &main = tables_[0];
-    const bool is_table = main.description.kind == TableDescription::Kind::kTable;
-    TableMatch::KeyRow row{need.key, "", need.is_unique, ""};
+    const Table &table = tables_[need.table];
+    const std::vector<TableDescription::Index> &indexes = table.description.indexes;
     std::vector<size_t> columns;
-    bool has_columns = true;
-    for (const size_t column : need.columns) {
-        const std::string &name = layout_.columns[column].name;
-        row.columns += (row.columns.empty() ? "" : ", ") + name;
-        columns.push_back(main.find(name));
-        has_columns = has_columns && columns.back() != TableLayout::kNone;
-    }
-    const std::vector<TableDescription::Index> &indexes = main.description.indexes;
+    std::ranges::transform(need.names, std::back_inserter(columns),
+                           [&](const std::string &name) { return table.find(name); });
+    const bool has_columns = std::ranges::find(columns, TableLayout::kNone) == columns.end();
+    TableMatch::KeyRow row;
+    row.table = table.description.name;
+    row.key = need.key;
+    row.what = need.what;
+    row.columns = listed(need.names, false);
+    row.is_unique = need.is_unique;
     for (size_t i = 0; has_columns && row.index.empty() && i < indexes.size(); i++) {
         if (indexes[i].columns == columns && agrees(need, i)) {
             row.index = indexes[i].name;
         }
     }
     // A column that is missing has been told, and a view takes no index.
-    if (row.index.empty() && has_columns && is_table) {
+    if (row.index.empty() && has_columns &&
+        table.description.kind == TableDescription::Kind::kTable) {
         problem(problem_of(need, columns));
     }
     out_.keys.push_back(std::move(row));
@@ -522,18 +559,20 @@ void Matcher::match_key(const Need &need) {
 
 // Of an index over the right columns.
 bool Matcher::agrees(const Need &need, size_t index) {
-    const TableDescription::Index &found = tables_[0].description.indexes[index];
+    const TableDescription::Index &found = tables_[need.table].description.indexes[index];
     if (found.is_unique != need.is_unique || !found.sorts_by_bytes ||
-        (found.is_partial && !need.is_of_irregular_rows)) {
+        (found.is_partial && !need.is_of_other_rows)) {
         return false;
     }
-    const bool is_key_of_dictionary = need.key != TableLayout::kNone
-                                          ? !need.is_of_irregular_rows
-                                          : identity_slot_ != kNoSlot && xfd_->x_n_keys > 0;
-    if (!is_key_of_dictionary) {
+    if (need.table != 0 || need.is_of_other_rows) {
         return true;
     }
-    const auto key = static_cast<uint32_t>(need.key != TableLayout::kNone ? need.key : 0);
+    uint32_t key = 0;
+    if (need.key != TableLayout::kNone) {
+        key = static_cast<uint32_t>(need.key);
+    } else if (identity_slot_ == kNoSlot || xfd_->x_n_keys == 0) {
+        return true;  // the dictionary has no key for record numbers
+    }
     std::ranges::fill(db_table_->index_columns, -1);
     const size_t n = std::min(found.columns.size(), std::size(db_table_->index_columns));
     for (size_t c = 0; c < n; c++) {
@@ -547,11 +586,10 @@ bool Matcher::agrees(const Need &need, size_t index) {
 }
 
 std::string Matcher::problem_of(const Need &need, const std::vector<size_t> &columns) const {
-    std::string text = need.key == TableLayout::kNone ? std::string("record numbers")
-                                                      : "key " + std::to_string(need.key + 1);
-    text += " (" + quoted_names(layout_, need.columns) + "): ";
+    const TableDescription &table = tables_[need.table].description;
+    std::string text = need.table == 0 ? "" : "table " + Dialect::quote(table.name) + ", ";
+    text += need.what + " (" + listed(need.names, true) + "): ";
 
-    const std::vector<TableDescription::Index> &indexes = tables_[0].description.indexes;
     const auto is_prefix = [](const std::vector<size_t> &a, const std::vector<size_t> &b) {
         return a.size() < b.size() && std::equal(a.begin(), a.end(), b.begin());
     };
@@ -559,7 +597,7 @@ std::string Matcher::problem_of(const Need &need, const std::vector<size_t> &col
     enum Nearness { kFar, kTooShort, kTooLong, kReordered, kSame };
     Nearness nearness = kFar;
     const TableDescription::Index *nearest = nullptr;
-    for (const TableDescription::Index &index : indexes) {
+    for (const TableDescription::Index &index : table.indexes) {
         Nearness near = kFar;
         if (index.columns == columns) {
             near = kSame;
@@ -575,32 +613,25 @@ std::string Matcher::problem_of(const Need &need, const std::vector<size_t> &col
             nearest = &index;
         }
     }
-    const std::string index = nearest != nullptr ? "index " + Dialect::quote(nearest->name) : "";
-    switch (nearness) {
-        case kFar:
-            text += "there is no index on " + std::string(columns.size() == 1 ? "it" : "them");
-            break;
-        case kTooShort:
-            text += index + " has only the first " + std::to_string(nearest->columns.size()) +
-                    " of them";
-            break;
-        case kTooLong:
-            text += index + " has more columns";
-            break;
-        case kReordered:
-            text += index + " has them in another order";
-            break;
-        case kSame:
-            if (nearest->is_unique != need.is_unique) {
-                text += index + (need.is_unique ? " is not unique"
-                                                : " is unique, but the key allows duplicates");
-            } else if (nearest->is_partial && !need.is_of_irregular_rows) {
-                text += index + " has only a part of the rows";
-            } else if (!nearest->sorts_by_bytes) {
-                text += index + " does not ascend by the bytes of its values";
-            } else {
-                text += index + " has other columns for the library";
-            }
+    if (nearest == nullptr) {
+        text += columns.size() == 1 ? "there is no index on it" : "there is no index on them";
+        return text + "; " + statement_for(need) + " would make it";
+    }
+    text += "index " + Dialect::quote(nearest->name);
+    if (nearness == kTooShort) {
+        text += " has only the first " + std::to_string(nearest->columns.size()) + " of them";
+    } else if (nearness == kTooLong) {
+        text += " has more columns";
+    } else if (nearness == kReordered) {
+        text += " has them in another order";
+    } else if (nearest->is_unique != need.is_unique) {
+        text += need.is_unique ? " is not unique" : " is unique, but the key allows duplicates";
+    } else if (nearest->is_partial && !need.is_of_other_rows) {
+        text += " has only a part of the rows";
+    } else if (!nearest->sorts_by_bytes) {
+        text += " does not ascend by the bytes of its values";
+    } else {
+        text += " has other columns than the key";  // as the library finds
     }
     return text + "; " + statement_for(need) + " would make it";
 }
@@ -608,24 +639,29 @@ std::string Matcher::problem_of(const Need &need, const std::vector<size_t> &col
 // The statement of the layout, or for a primary key one that does as well.  An
 // index that has its name already goes first.
 std::string Matcher::statement_for(const Need &need) const {
-    std::string name = layout_.table + "_record_number";
-    if (need.key != TableLayout::kNone) {
-        name = layout_.keys[need.key].index_name + (need.is_of_irregular_rows ? "_bytes" : "");
-    }
+    const TableDescription &table = tables_[need.table].description;
     std::string text;
-    for (const TableDescription::Index &index : tables_[0].description.indexes) {
-        if (folded(index.name) == folded(name)) {
+    for (const TableDescription::Index &index : table.indexes) {
+        if (folded(index.name) == folded(need.index_name)) {
             text = "DROP INDEX " + Dialect::quote(index.name) + "; ";
         }
     }
     const std::string_view verb = need.is_unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
-    for (const IndexSql &index : create_index_sql(layout_, connection_.dialect())) {
-        if (index.columns == need.columns && index.sql.starts_with(verb)) {
-            return text + index.sql;
+    const auto is_needed = [&](const IndexSql &index) {
+        return index.sql.starts_with(verb) &&
+               std::ranges::equal(index.columns, need.names, [&](size_t column, const auto &name) {
+                   return layout_.columns[column].name == name;
+               });
+    };
+    if (need.table == 0) {
+        const std::vector<IndexSql> all = create_index_sql(layout_, connection_.dialect());
+        const auto index = std::ranges::find_if(all, is_needed);
+        if (index != all.end()) {
+            return text + index->sql;
         }
     }
-    return text + std::string(verb) + Dialect::quote(name) + " ON " +
-           Dialect::quote(layout_.table) + " (" + quoted_names(layout_, need.columns) + ")";
+    return text.append(verb) + Dialect::quote(need.index_name) + " ON " +
+           Dialect::quote(table.name) + " (" + listed(need.names, true) + ")";
 }
 
 }  // namespace

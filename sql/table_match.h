@@ -31,10 +31,12 @@ struct TableMatch {
         std::string field;   // of the dictionary; empty: none
         std::string note;    // "record number", "exact record", "not in the dictionary" ...
     };
-    // What a key of the file needs of the table, in the order of the keys.  The
-    // number of records of a relative or sequential file is one, in front.
+    // An index that the file needs.  Record numbers come first, then the keys in
+    // their order, then the rows of the child tables.
     struct KeyRow {
-        size_t key = TableLayout::kNone;  // index in TableLayout::keys; kNone: record numbers
+        std::string table;
+        size_t key = TableLayout::kNone;  // index in TableLayout::keys; kNone: none of them
+        std::string what;                 // "key 1", "key 1, other rows", "record number" ...
         std::string columns;              // that the index has to have, "A, B"
         bool is_unique = true;            // that it has to be
         std::string index;                // as the database calls it; empty: none
@@ -51,7 +53,8 @@ struct TableMatch {
 //   - a child table or a column of the layout that is missing, the column of exact
 //     records aside
 //   - while 4GL_EXTRA_DB_COLS_OK is off, each column that is none of the layout's
-//   - a key (or the record number) without an index over exactly its columns, in
+//   - a key (the record number, the rows of a child table) without an index over exactly its
+//   columns, in
 //     their order, unique where the key is and only there; with the statement that
 //     makes the index.  The keys' columns are those of the layout, whatever the
 //     dictionary calls them.

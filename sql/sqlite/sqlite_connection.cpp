@@ -9,6 +9,8 @@
 #include <map>
 #include <utility>
 
+#include "sql/error_map.h"
+
 namespace sql {
 namespace {
 
@@ -61,15 +63,34 @@ ErrorKind kind_of(int code) {
     return ErrorKind::kInternal;
 }
 
-Status status_of(sqlite3 *db, int code) {
-    const char *text = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code);
-    return {kind_of(db != nullptr ? sqlite3_extended_errcode(db) : code), text};
+// Looks an extended code up first, then its primary code.
+int32_t file_error_of(const ErrorMap &map, int code) {
+    for (const int candidate : {code, code & 0xFF}) {
+        if (const int32_t error = map.find(candidate); error != 0) {
+            return error;
+        }
+    }
+    return kSysError;
+}
+
+Status status_of(const ErrorMap &map, int code, std::string text) {
+    const int32_t error = file_error_of(map, code);
+    text += " (SQLite " + std::to_string(code) + ", ";
+    text.append(file_error_name(error)) += ")";
+    return {kind_of(code), std::move(text), code, error};
+}
+
+// Of the call that failed last; `code` is its result, for a database that did not
+// even become one.
+Status status_of(const ErrorMap &map, sqlite3 *db, int code) {
+    return db != nullptr ? status_of(map, sqlite3_extended_errcode(db), sqlite3_errmsg(db))
+                         : status_of(map, code, sqlite3_errstr(code));
 }
 
 class SqliteStatement final : public Statement {
  public:
-    SqliteStatement(sqlite3 *db, StatementPtr statement)
-        : db_(db), statement_(std::move(statement)) {}
+    SqliteStatement(sqlite3 *db, const ErrorMap &error_map, StatementPtr statement)
+        : db_(db), error_map_(error_map), statement_(std::move(statement)) {}
 
     void bind(size_t first, std::span<const Value> values) override;
     Status execute(uint64_t *rows) override;
@@ -78,6 +99,7 @@ class SqliteStatement final : public Statement {
 
  private:
     sqlite3 *db_;
+    const ErrorMap &error_map_;  // of the connection
     StatementPtr statement_;
     int bind_error_ = SQLITE_OK;  // told by the next run
 };
@@ -124,13 +146,13 @@ void SqliteStatement::bind(size_t first, std::span<const Value> values) {
 Status SqliteStatement::execute(uint64_t *rows) {
     *rows = 0;
     if (const int code = std::exchange(bind_error_, SQLITE_OK); code != SQLITE_OK) {
-        return {kind_of(code), sqlite3_errstr(code)};
+        return status_of(error_map_, code, sqlite3_errstr(code));
     }
     const int code = sqlite3_step(statement_.get());
     *rows = static_cast<uint64_t>(sqlite3_changes(db_));
     Status status;
     if (code != SQLITE_DONE && code != SQLITE_ROW) {
-        status = status_of(db_, code);
+        status = status_of(error_map_, db_, code);
     }
     sqlite3_reset(statement_.get());
     return status;
@@ -143,7 +165,7 @@ Status SqliteStatement::fetch(std::span<Value> row, bool *found) {
     if (code != SQLITE_ROW) {
         Status status;
         if (code != SQLITE_DONE) {
-            status = status_of(db_, code);
+            status = status_of(error_map_, db_, code);
         }
         sqlite3_reset(statement);
         return status;
@@ -179,8 +201,8 @@ Status SqliteStatement::fetch(std::span<Value> row, bool *found) {
 
 class SqliteConnection final : public Connection {
  public:
-    SqliteConnection(DatabasePtr db, const Dialect &dialect)
-        : db_(std::move(db)), dialect_(dialect) {}
+    SqliteConnection(DatabasePtr db, const Dialect &dialect, ErrorMap error_map)
+        : db_(std::move(db)), dialect_(dialect), error_map_(std::move(error_map)) {}
 
     [[nodiscard]] const Dialect &dialect() const override { return dialect_; }
     Status execute(std::string_view sql) override;
@@ -204,12 +226,13 @@ class SqliteConnection final : public Connection {
 
     DatabasePtr db_;
     const Dialect &dialect_;
+    const ErrorMap error_map_;
 };
 
 Status SqliteConnection::execute(std::string_view sql) {
     const std::string text(sql);
     const int code = sqlite3_exec(db_.get(), text.c_str(), nullptr, nullptr, nullptr);
-    return code == SQLITE_OK ? Status() : status_of(db_.get(), code);
+    return code == SQLITE_OK ? Status() : status_of(error_map_, db_.get(), code);
 }
 
 Status SqliteConnection::prepare(std::string_view sql, std::unique_ptr<Statement> *out) {
@@ -218,9 +241,9 @@ Status SqliteConnection::prepare(std::string_view sql, std::unique_ptr<Statement
                                         SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     StatementPtr owner(statement);
     if (code != SQLITE_OK) {
-        return status_of(db_.get(), code);
+        return status_of(error_map_, db_.get(), code);
     }
-    *out = std::make_unique<SqliteStatement>(db_.get(), std::move(owner));
+    *out = std::make_unique<SqliteStatement>(db_.get(), error_map_, std::move(owner));
     return {};
 }
 
@@ -373,8 +396,9 @@ Status open_sqlite(const std::string &file, const OpenOptions &options,
     const std::string path = file.starts_with("file:") ? "./" + file : file;
     const int code = sqlite3_open_v2(path.c_str(), &raw, flags, nullptr);
     DatabasePtr db(raw);
+    ErrorMap error_map = ErrorMap::of("sqlite");
     const auto failed = [&](int result) {
-        return status_of(db.get(), result).within("database " + file);
+        return status_of(error_map, db.get(), result).within("database " + file);
     };
     if (code != SQLITE_OK) {
         return failed(code);
@@ -388,7 +412,8 @@ Status open_sqlite(const std::string &file, const OpenOptions &options,
     if (read != SQLITE_OK) {
         return failed(read);
     }
-    auto connection = std::make_unique<SqliteConnection>(std::move(db), *find_dialect("sqlite"));
+    auto connection = std::make_unique<SqliteConnection>(std::move(db), *find_dialect("sqlite"),
+                                                         std::move(error_map));
     if (Status status = connection->check_encoding(); !status.ok()) {
         return status.within("database " + file);
     }

@@ -24,7 +24,7 @@ work=$prefix/work
 mkdir -p "$work/src"
 for file in lib/libwbfsi2.so.3 lib/libwbhost.so.1 bin/wbfsi include/wbfsi/wbfsi.h \
     include/host/host.h lib/pkgconfig/wbfsi.pc lib/cmake/wbfsi/wbfsi-config.cmake \
-    share/man/man1/wbfsi.1; do
+    share/man/man1/wbfsi.1 share/wbfsi/sqlite.errmap; do
     [ -e "$prefix/$file" ] || fail "$file is not installed"
 done
 
@@ -58,4 +58,15 @@ fi
 case $version in
 *0.1.0*) ;;
 *) fail "the installed tool says it is '$version'" ;;
+esac
+
+# And its error map.
+printf 'no database' > "$prefix.moved/work/text.db"
+printf 'XFD,06,T,T,2\n2,2,1\n0,18,46,44,0\n1,0,2,0\n1\nA\n0\n1,1,1,1\n0,2,16,0,0,0,0,5,A\n' \
+    > "$prefix.moved/work/t.xfd"
+text=$(LD_LIBRARY_PATH=${OVERLAY:+$OVERLAY/usr/lib/i386-linux-gnu} "$prefix.moved/bin/wbfsi" unload t \
+    "$prefix.moved/work/t" --xfd-directory "$prefix.moved/work" --db "sqlite:$prefix.moved/work/text.db" 2>&1) || true
+case $text in
+*"(SQLite 26, E_BROKEN)"*) ;;
+*) fail "without its error map: '$text'" ;;
 esac

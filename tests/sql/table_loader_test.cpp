@@ -126,7 +126,8 @@ TEST_F(TableLoader, DuplicatesEndTheLoadAndLeaveNothing) {
         {"primary key",
          false,
          {customer("0001", "ADA"), customer("0002", "GRACE"), customer("0001", "JEAN")},
-         "record 3: its key is in the table already (UNIQUE constraint failed: customers.number)"},
+         "record 3: its key is in the table already (UNIQUE constraint failed: customers.number "
+         "(SQLite 1555, E_DUPLICATE))"},
         {"alternate key",
          true,
          {customer("0001", "ADA"), customer("0002", "GRACE"), customer("0003", "ADA")},
@@ -135,7 +136,7 @@ TEST_F(TableLoader, DuplicatesEndTheLoadAndLeaveNothing) {
          false,
          {customer("  01", "ADA"), customer("0002", "GRACE"), customer("  01", "JEAN")},
          "record 3: its key is in the table already (UNIQUE constraint failed: "
-         "customers.key_1_bytes)"},
+         "customers.key_1_bytes (SQLite 2067, E_DUPLICATE))"},
         {"too long",
          false,
          {customer("0001", "ADA") + "!"},

@@ -104,13 +104,16 @@ TEST_F(TableMatch, ATableThatLoadMadeMatches) {
               "customers.exact_record=/exact record\n");
     std::string keys;
     for (const sql::TableMatch::KeyRow &row : result.keys) {
-        keys += std::to_string(row.key) + " " + row.columns + ": " + row.index + "\n";
+        keys += row.what + " " + row.columns + ": " + row.index + "\n";
     }
     EXPECT_EQ(keys,
-              "0 ID: sqlite_autoindex_customers_1\n0 key_1_bytes: customers_key_1_bytes\n"
-              "1 NAME, CITY: customers_key_2\n1 key_2_bytes: customers_key_2_bytes\n"
-              "2 CITY: customers_key_3\n2 key_3_bytes: customers_key_3_bytes\n"
-              "3 key_4_bytes: customers_key_4\n");
+              "key 1 ID: sqlite_autoindex_customers_1\n"
+              "key 1, other rows key_1_bytes: customers_key_1_bytes\n"
+              "key 2 NAME, CITY: customers_key_2\n"
+              "key 2, other rows key_2_bytes: customers_key_2_bytes\n"
+              "key 3 CITY: customers_key_3\n"
+              "key 3, other rows key_3_bytes: customers_key_3_bytes\n"
+              "key 4 key_4_bytes: customers_key_4\n");
     EXPECT_TRUE(sql::mismatch_of(layout, result).ok());
 }
 
@@ -246,17 +249,18 @@ TEST_F(TableMatch, UniquenessAgreesWithDuplicates) {
         "CREATE INDEX k1 ON customers (ID);"
         "CREATE UNIQUE INDEX k2 ON customers (NAME, CITY);"
         "CREATE UNIQUE INDEX k3 ON customers (CITY)");
-    EXPECT_EQ(problems(layout),
-              "key 1 (\"ID\"): index \"k1\" is not unique; CREATE UNIQUE INDEX "
-              "\"customers_key_1\" ON \"customers\" (\"ID\") would make it\n"
-              "key 2 (\"key_2_bytes\"): index \"b2\" is not unique; CREATE UNIQUE INDEX "
-              "\"customers_key_2_bytes\" ON \"customers\" (\"key_2_bytes\") WHERE \"key_2_bytes\" "
-              "IS NOT NULL would make it\n"
-              "key 3 (\"CITY\"): index \"k3\" is unique, but the key allows duplicates; CREATE "
-              "INDEX \"customers_key_3\" ON \"customers\" (\"CITY\") would make it\n"
-              "key 4 (\"key_4_bytes\"): index \"b4\" is unique, but the key allows duplicates; "
-              "CREATE INDEX \"customers_key_4\" ON \"customers\" (\"key_4_bytes\") would make "
-              "it\n");
+    EXPECT_EQ(
+        problems(layout),
+        "key 1 (\"ID\"): index \"k1\" is not unique; CREATE UNIQUE INDEX "
+        "\"customers_key_1\" ON \"customers\" (\"ID\") would make it\n"
+        "key 2, other rows (\"key_2_bytes\"): index \"b2\" is not unique; CREATE UNIQUE INDEX "
+        "\"customers_key_2_bytes\" ON \"customers\" (\"key_2_bytes\") WHERE \"key_2_bytes\" "
+        "IS NOT NULL would make it\n"
+        "key 3 (\"CITY\"): index \"k3\" is unique, but the key allows duplicates; CREATE "
+        "INDEX \"customers_key_3\" ON \"customers\" (\"CITY\") would make it\n"
+        "key 4 (\"key_4_bytes\"): index \"b4\" is unique, but the key allows duplicates; "
+        "CREATE INDEX \"customers_key_4\" ON \"customers\" (\"key_4_bytes\") would make "
+        "it\n");
 }
 
 // What a problem advises makes the problem go.
@@ -290,8 +294,8 @@ TEST_F(TableMatch, RecordNumbersNeedTheirKey) {
         EXPECT_EQ(result.keys[0].index, "PRIMARY KEY");
         run("DROP TABLE t; CREATE TABLE t (a, record_number)");
         EXPECT_EQ(problems(layout),
-                  "record numbers (\"record_number\"): there is no index on it; CREATE UNIQUE "
-                  "INDEX \"t_record_number\" ON \"t\" (\"record_number\") would make it\n");
+                  "record number (\"record_number\"): there is no index on it; CREATE UNIQUE "
+                  "INDEX \"t_number\" ON \"t\" (\"record_number\") would make it\n");
         run("CREATE UNIQUE INDEX n ON t (record_number)");
         EXPECT_EQ(problems(layout), "");
         run("DROP TABLE t; CREATE TABLE t (a)");
