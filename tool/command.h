@@ -26,6 +26,7 @@ Action declare_ddl(CLI::App &app);
 Action declare_cat(CLI::App &app);
 Action declare_load(CLI::App &app);
 Action declare_unload(CLI::App &app);
+Action declare_verify(CLI::App &app);
 Action declare_compare(CLI::App &app);
 Action declare_errmap(CLI::App &app);
 Action declare_date(CLI::App &app);

@@ -35,6 +35,8 @@ constexpr CommandRow kCommands[] = {
      tool::declare_cat},
     {"load", "Move the records of a file into a database table", tool::declare_load},
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
+    {"verify", "Say what the fields of a file hold and whether a table holds its records",
+     tool::declare_verify},
     {"compare", "Compare two dictionaries item by item", tool::declare_compare},
     {"errmap", "Show an error-map file and what is wrong with it", tool::declare_errmap},
     {"date", "Convert a date field of a COBOL record to an ISO date, or back", tool::declare_date},
