@@ -12,6 +12,7 @@
  *      digit is a single Y directly behind it
  *   R  the same, ' ' for the 2150s; all numbers of a format with R are stored as
  *      their complement to nines
+ *      Fields of numbers hold the digits of F and R alone, the 1900s to 1990s
  * Other letters mean nothing: nothing is written and nothing read for them.
  *
  * The variables that steer the conversion (docs/api/configuration.md) are read at

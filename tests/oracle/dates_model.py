@@ -313,6 +313,9 @@ class Model:
         if not valid:
             date = self.replacement(form, base, date_value)
             text = self.format(form, date, base)
+        is_number = kind <= 14 or kind == 23 or 30 <= kind <= 33 or 35 <= kind <= 39
+        if is_number and ("F" in form or "R" in form) and set(text) - set("0123456789"):
+            raise Failure
         data = store(field, text)
         if data is None:
             raise Failure

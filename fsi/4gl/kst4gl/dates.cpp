@@ -189,6 +189,16 @@ ZArgument formatted_text(const Conversion &call) {
     return source;
 }
 
+// Of the decade letters numbers hold the digits alone; a blank, a sign or a point
+// would be taken as one, and the decade be lost.
+bool fits_field(const Conversion &call) {
+    const uint16_t type = call.field.a_type;
+    const bool is_number =
+        type <= 14 || type == 23 || (type >= 30 && type <= 33) || (type >= 35 && type <= 39);
+    return call.format.decade_positions == 0 || !is_number ||
+           std::strspn(call.text, "0123456789") == call.format.length;
+}
+
 // A failure leaves it to the caller to write "0" to the field.
 const char *write_field(Conversion *call) {
     DateTimeValue &value = *call->value;
@@ -206,7 +216,7 @@ const char *write_field(Conversion *call) {
     if (!is_valid && (!replace_illegal(*call, &parts) || !format_traced(*call, parts)))
         return kFailed;
     const ZArgument source = formatted_text(*call);
-    if (ZconvertData(&call->field, &source, 1, nullptr) == 0)
+    if (!fits_field(*call) || ZconvertData(&call->field, &source, 1, nullptr) == 0)
         return kFailed;
     if (!is_valid)
         set_value(parts, &value);

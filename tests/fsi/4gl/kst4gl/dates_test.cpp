@@ -348,6 +348,21 @@ TEST(Dates, ANumberThatDoesNotFitLeavesZero) {
     EXPECT_EQ(write_bytes({23, "xxxxx"}, "YYYYMMDD", stamp(2005, 12, 31)), "!xxxxx");
 }
 
+TEST(Dates, NumbersHoldNoDecadeButDigits) {
+    const Library library;
+    for (const uint16_t type :
+         {uint16_t{1}, uint16_t{5}, uint16_t{9}, uint16_t{12}, uint16_t{35}}) {
+        SCOPED_TRACE(type);
+        const Field field{type, std::string(12, '\0'), 6};
+        for (const int year : {1745, 1855, 1865, 1875, 1885, 2005})
+            EXPECT_EQ(write_bytes(field, "FYMMDD", stamp(year, 12, 31)).substr(0, 1), "!") << year;
+        Field written = field;
+        written.bytes = write_bytes(field, "FYMMDD", stamp(1905, 12, 31));
+        EXPECT_EQ(read(written, "FYMMDD"), "1905-12-31 00:00:00.000000");
+    }
+    EXPECT_EQ(write(6, "FYMMDD", stamp(1855, 12, 31)), "+51231");
+}
+
 TEST(Dates, CutoffDividesTheCenturies) {
     const struct {
         const char *cutoff, *text, *year;
