@@ -321,10 +321,9 @@ int compare_keys(const Xfd *xfd, Numbers &numbers) {
     if (!DeclaredKey(numbers).agrees(key_at(xfd, 0)))
         return Z4_FD_KEYS_DIFFER;
 
-    // Keys in front of `first_free` are matched; so keys in the same order are
-    // found without a search.
+    // Keys in front of `first_free` are matched, the primary one from the start; so
+    // keys in the same order are found without a search.
     MatchedKeys matched;
-    matched.add(0);
     uint32_t first_free = 1;
     for (uint32_t i = 1; i < n_keys; ++i) {
         const DeclaredKey declared(numbers);

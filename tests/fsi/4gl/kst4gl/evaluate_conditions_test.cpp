@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/errors.h"
+#include "host/memory.h"
 #include "tests/fsi/sample_xfd.h"
 #include "tests/fsi/spies.h"
 #include "tests/support/dictionary_file.h"
@@ -255,6 +256,19 @@ TEST_F(EvaluateConditions, SizesAndDigitsOfADictionaryStayWithinTheBuffers) {
     }
 }
 
+TEST_F(EvaluateConditions, AValueEndsWithItsArray) {
+    for (const int digits : {51, 60}) {
+        SCOPED_TRACE(digits);
+        xfd_ = sample::empty();
+        add_field(0, 60, 1, static_cast<uint8_t>(digits));
+        compare(XFD_COND_EQ, "");
+        XfdCondition &condition = xfd_->x_condition[0];
+        std::memset(condition.c_value, '7', sizeof condition.c_value);
+        std::memset(condition.c_table, '7', sizeof condition.c_table);
+        EXPECT_EQ(test(1, std::string(60, '7')), digits == 51 ? 1 : 0);
+    }
+}
+
 TEST_F(EvaluateConditions, NoNumberComparesAsNoText) {
     add_field(0, 3, 1, 3);
     compare(XFD_COND_LT, "+000");
@@ -390,13 +404,44 @@ TEST_F(EvaluateConditions, SelfReferencesTakeTheBit) {
     add(XFD_COND_AND, 1, 1);
     add(XFD_COND_OR, 2, 2);
     add(XFD_COND_OTHER, -1, -1, 3);
+    const spies::TraceLevel level(1);
     for (const bool before : {false, true}) {
         for (const int number : {1, 2}) {
             set(number, before);
             EXPECT_EQ(test(number, ""), before ? 1 : 0);
+            EXPECT_EQ(evaluated(), std::to_string(number) + " ");
         }
         set(3, before);
         EXPECT_EQ(test(3, ""), 1);
+        EXPECT_EQ(evaluated(), "3 ");
+    }
+}
+
+TEST_F(EvaluateConditions, EitherOperandMayBeFarAbove) {
+    constexpr int16_t kFar = 900;
+    for (const bool second : {false, true}) {
+        SCOPED_TRACE(second);
+        xfd_ = sample::empty(0, 0, kFar);
+        add_field(0, 1);
+        // The other operand is the condition itself, whose bit settles nothing.
+        add(XFD_COND_OR, second ? 1 : kFar, second ? kFar : 1);
+        while (xfd_->x_n_conditions < kFar - 1) {
+            const auto next = static_cast<int16_t>(xfd_->x_n_conditions + 2);
+            add(XFD_COND_OR, next, next);
+        }
+        compare(XFD_COND_EQ, "A");
+        clear_all();
+        EXPECT_EQ(test(1, "B"), 0);
+        EXPECT_EQ(bits(), std::string(kFar, '0'));
+        EXPECT_EQ(test(1, "A"), 1);
+        EXPECT_EQ(bits(), '1' + std::string(kFar - 2, '0') + '1');
+        *Zstdlib_f_errno() = 0;
+        ZMemoryRefuse(1, 1);
+        EXPECT_EQ(test(1, "A"), 0);
+        ZMemoryRefuse(0, 0);
+        EXPECT_EQ(*Zstdlib_f_errno(), 14);
+        EXPECT_EQ(bits(), '1' + std::string(kFar - 2, '0') + '1');
+        *Zstdlib_f_errno() = 0;
     }
 }
 

@@ -182,6 +182,15 @@ TEST_F(MatchColumns, LinksFieldsAndColumnsByName) {
         {"empty names", {"", "a"}, {"a", ""}, 0, 1, "1 0 ", "1 0 "},
         {"a name fills its array", {"a"}, {std::string(37, 'a')}, 0, 0, "-1 ", "x "},
         {"and counts in part", {"a"}, {std::string(37, 'a')}, 1, 1, "0 ", "0 "},
+        {"longer than a field's",
+         {std::string(30, 'a')},
+         {std::string(31, 'a')},
+         0,
+         0,
+         "-1 ",
+         "x "},
+        {"by what counts", {std::string(30, 'a')}, {std::string(37, 'a')}, 31, 0, "-1 ", "x "},
+        {"in all that counts", {std::string(30, 'a')}, {std::string(37, 'a')}, 30, 1, "0 ", "0 "},
     };
     for (const auto &row : kRows) {
         SCOPED_TRACE(row.name);
@@ -202,14 +211,16 @@ TEST_F(MatchColumns, PassesOverTakenColumns) {
     for (const Way way : kWays) {
         SCOPED_TRACE(static_cast<int>(way));
         const sample::XfdPointer xfd = with_fields({"a"});
-        Table table({"a", "a", "a", "a", "b"});
+        Table table({"a", "a", "a", "a", "b", "a"});
         table.all[0].flags = DB_COLUMN_SET_ASIDE;
         table.all[1].field_num = 7;
         table.all[2].flags = 1;
+        std::swap(table.all[2], table.all[5]);
+        table.all[2].field_num = -2;
         const On on(way);
         EXPECT_EQ(Z4MatchDBColstoXFD(xfd.get(), &table), 1);
-        EXPECT_EQ(columns_of(*xfd), "2 ");
-        EXPECT_EQ(table.marks(), "x* 7 0? x* x* ");
+        EXPECT_EQ(columns_of(*xfd), "3 ");
+        EXPECT_EQ(table.marks(), "x* 7 -2 0 x* x? ");
     }
 }
 
@@ -564,6 +575,21 @@ TEST_F(MatchDescription, AgreesOrSaysWhatDiffers) {
         const size_t blocks = ZMemoryBlocks(nullptr);
         EXPECT_EQ(Z4MatchFDInfotoXFD(xfd.get(), row.file, row.keys), row.result);
         EXPECT_EQ(ZMemoryBlocks(nullptr), blocks);
+    }
+}
+
+TEST_F(MatchDescription, DuplicatesAreAllowedByAnyNumberButZero) {
+    for (const uint32_t ours : {0U, 1U, 2U, 255U}) {
+        for (const int theirs : {0, 1, 2, -1}) {
+            SCOPED_TRACE(std::to_string(ours) + " and " + std::to_string(theirs));
+            const sample::XfdPointer xfd = with_keys({{1, ours, 4, 0}, {1, ours, 2, 9}});
+            const std::string flag = std::to_string(theirs);
+            const std::string primary = "1," + flag + ",4,0,1," + std::to_string(ours) + ",2,9";
+            const std::string other = "1," + std::to_string(ours) + ",4,0,1," + flag + ",2,9";
+            const bool agree = (ours != 0) == (theirs != 0);
+            EXPECT_EQ(Z4MatchFDInfotoXFD(xfd.get(), "120,80,2", primary.c_str()), agree ? 0 : 5);
+            EXPECT_EQ(Z4MatchFDInfotoXFD(xfd.get(), "120,80,2", other.c_str()), agree ? 0 : 7);
+        }
     }
 }
 
