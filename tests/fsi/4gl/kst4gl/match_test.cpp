@@ -373,6 +373,20 @@ TEST_F(MatchKeys, AnIndexIsTheStartOfAKey) {
     }
 }
 
+TEST_F(MatchKeys, ColumnsBehindTheCountAreNotThere) {
+    const sample::XfdPointer xfd = with_key({"c"});
+    Table table({"a", "b", "c"});
+    table.index({2});
+    EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 1);
+    table.column_count = 2;
+    EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 0);
+    EXPECT_EQ(Z4FindColumn(&table, "c"), -1);
+    table.index({-1});
+    table.table_count = 1;
+    EXPECT_EQ(Z4MatchDBKeystoXFD(xfd.get(), &table, 0), 0);
+    EXPECT_EQ(table.marks(), "x x x ");
+}
+
 TEST_F(MatchKeys, AnIndexOf16ColumnsNeedsNoEnd) {
     Names names;
     for (char c = 'a'; c <= 'p'; ++c)
