@@ -48,14 +48,16 @@ class Dialect {
     // Its declaration in a table, empty when the database brings it unasked.
     [[nodiscard]] virtual std::string row_number_declaration(const TableLayout &layout) const = 0;
 
-    // A trigger that sets `cleared` to null in a row in which one of `columns`
-    // was changed by an update; `number` is the column that tells rows apart, all
-    // names already quoted.  Empty where triggers take more than a statement.
-    [[nodiscard]] virtual std::string clearing_trigger(const std::string &name,
-                                                       const std::string &table,
-                                                       std::span<const std::string> columns,
-                                                       const std::string &cleared,
-                                                       const std::string &number) const = 0;
+    // Behind the type of a number column: rows that give no value get the next one.
+    // Empty where that takes a trigger, or nothing at all.
+    [[nodiscard]] virtual std::string_view counts_up() const = 0;
+
+    // Behind a table of child rows, which are found by their primary key alone.
+    [[nodiscard]] virtual std::string_view child_table_suffix() const = 0;
+
+    // Whether a trigger is one statement with SQL in its body, "CREATE TRIGGER ...
+    // WHEN ... BEGIN ... END", with RAISE() and IS NOT.
+    [[nodiscard]] virtual bool has_statement_triggers() const = 0;
 
     // Whether the columns of a primary key may be null; a unique constraint
     // takes its place where they may not.

@@ -39,6 +39,24 @@ inline std::string quoted_names(const TableLayout &layout, const std::vector<siz
     return text;
 }
 
+// Quoted names of what a child table's rows are found by: number, subscripts.
+inline std::vector<std::string> child_key(const ChildTable &child) {
+    std::vector<std::string> names{Dialect::quote(child.number_column)};
+    for (const std::string &name : child.subscript_columns) {
+        names.push_back(Dialect::quote(name));
+    }
+    return names;
+}
+
+// The same, and the fields behind them.
+inline std::vector<std::string> child_columns(const ChildTable &child) {
+    std::vector<std::string> names = child_key(child);
+    for (const Column &column : child.columns) {
+        names.push_back(Dialect::quote(column.name));
+    }
+    return names;
+}
+
 inline std::string joined(const std::vector<std::string> &names) {
     std::string text;
     for (const std::string &name : names) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The statements that make the table of a layout.
-#include <algorithm>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -45,8 +45,14 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) 
         separator = ",\n    ";
     };
     for (const Column &column : layout.columns) {
-        const char *suffix = column.role == ColumnRole::kRecordNumber ? " PRIMARY KEY" : "";
-        line(Dialect::quote(column.name) + " " + dialect.type_of(column) + suffix);
+        std::string text_of_column = Dialect::quote(column.name) + " " + dialect.type_of(column);
+        const bool is_number = column.role == ColumnRole::kRecordNumber;
+        const bool is_identity = column.is_identity && column.type == ColumnType::kInteger;
+        // Whoever inserts into an indexed file need not know about its numbers.
+        if (is_identity || (is_number && layout.file_type == XFD_INDEXED)) {
+            text_of_column += dialect.counts_up();
+        }
+        line(text_of_column + (is_number ? " PRIMARY KEY" : ""));
     }
     const std::string row_number = dialect.row_number_declaration(layout);
     if (layout.record_number == TableLayout::kNone && !row_number.empty()) {
@@ -57,6 +63,30 @@ std::string create_table_sql(const TableLayout &layout, const Dialect &dialect) 
              quoted_names(layout, layout.keys[0].columns) + ")");
     }
     return text + "\n)";
+}
+
+std::vector<std::string> create_child_table_sql(const TableLayout &layout, const Dialect &dialect) {
+    std::vector<std::string> tables;
+    for (const ChildTable &child : layout.children) {
+        const std::vector<std::string> key = child_key(child);
+        Column number;
+        number.role = ColumnRole::kRecordNumber;
+        number.type = ColumnType::kInteger;
+        const std::string number_type = dialect.type_of(number) + " NOT NULL";
+        std::string text = "CREATE TABLE " + Dialect::quote(child.name) + " (\n    " + key[0] +
+                           " " + number_type + " REFERENCES " + Dialect::quote(layout.table) +
+                           " (" + number_column(layout, dialect) +
+                           ") ON DELETE CASCADE ON UPDATE CASCADE";
+        for (size_t i = 1; i < key.size(); i++) {
+            text += ",\n    " + key[i] + " " + number_type;
+        }
+        for (const Column &column : child.columns) {
+            text += ",\n    " + Dialect::quote(column.name) + " " + dialect.type_of(column);
+        }
+        tables.push_back(text + ",\n    PRIMARY KEY (" + joined(key) + ")\n)" +
+                         std::string(dialect.child_table_suffix()));
+    }
+    return tables;
 }
 
 std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &dialect) {
@@ -84,42 +114,41 @@ std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect 
     return indexes;
 }
 
-std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dialect &dialect) {
-    std::vector<std::string> triggers;
-    for (const Key &key : layout.keys) {
-        std::vector<std::string> columns;
-        for (size_t i = 0; i < layout.field_count; i++) {
-            const Field &field = layout.fields[i];
-            const bool is_in_key = std::ranges::any_of(key.segments, [&](const KeySegment &s) {
-                return field.offset < s.offset + s.length &&
-                       s.offset < field.offset + field.data.a_size;
-            });
-            if (is_in_key) {
-                columns.push_back(Dialect::quote(field.name));
+std::vector<std::string> create_view_sql(const TableLayout &layout, const Dialect &) {
+    std::vector<std::string> views;
+    const auto add = [&](const std::string &view, const std::string &table,
+                         std::vector<std::string> names, std::span<const Column> columns) {
+        if (view.empty()) {
+            return;
+        }
+        for (const Column &column : columns) {
+            if (!column.is_hidden) {
+                names.push_back(Dialect::quote(column.name));
             }
         }
-        // A key over fillers alone has no column that could change it.
-        std::string sql =
-            columns.empty() ? std::string()
-                            : dialect.clearing_trigger(Dialect::quote(key.index_name + "_changed"),
-                                                       Dialect::quote(layout.table), columns,
-                                                       quoted_names(layout, {key.bytes_column}),
-                                                       number_column(layout, dialect));
-        if (!sql.empty()) {
-            triggers.push_back(std::move(sql));
-        }
+        views.push_back("CREATE VIEW " + Dialect::quote(view) + " AS SELECT " + joined(names) +
+                        " FROM " + Dialect::quote(table));
+    };
+    add(layout.view, layout.table, {}, std::span(layout.columns).first(layout.field_count));
+    for (const ChildTable &child : layout.children) {
+        add(child.view, child.name, child_key(child), child.columns);
     }
-    return triggers;
+    return views;
 }
 
 std::string ddl_script(const TableLayout &layout, const Dialect &dialect) {
     std::string text = create_table_sql(layout, dialect) + ";\n";
+    const auto add = [&](const std::vector<std::string> &statements) {
+        for (const std::string &statement : statements) {
+            text += statement + ";\n";
+        }
+    };
+    add(create_child_table_sql(layout, dialect));
     for (const IndexSql &index : create_index_sql(layout, dialect)) {
         text += index.sql + ";\n";
     }
-    for (const std::string &trigger : create_trigger_sql(layout, dialect)) {
-        text += trigger + ";\n";
-    }
+    add(create_trigger_sql(layout, dialect));
+    add(create_view_sql(layout, dialect));
     return text;
 }
 

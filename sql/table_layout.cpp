@@ -5,12 +5,14 @@
 #include "sql/table_layout.h"
 
 #include <algorithm>
-#include <cctype>
 #include <optional>
 #include <set>
 #include <utility>
 
 #include "host/charset.h"
+#include "host/config.h"
+#include "sql/child_table_maker.h"
+#include "sql/date_column.h"
 #include "sql/field_types.h"
 #include "sql/record_text.h"
 #include "wbfsi/build.h"
@@ -27,13 +29,6 @@ constexpr uint16_t kRelativeKeyLevel = 999;
 
 Status bad_dictionary(const std::string &text) {
     return {ErrorKind::kBadDictionary, text};
-}
-
-std::string folded(std::string_view name) {
-    std::string out(name);
-    std::ranges::transform(out, out.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
 }
 
 bool is_ascii(std::string_view name) {
@@ -58,7 +53,8 @@ class LayoutMaker {
 
     Status make(TableLayout *out) {
         for (const auto step : {&LayoutMaker::name_table, &LayoutMaker::add_fields,
-                                &LayoutMaker::add_keys, &LayoutMaker::add_other_columns}) {
+                                &LayoutMaker::add_keys, &LayoutMaker::add_other_columns,
+                                &LayoutMaker::add_children, &LayoutMaker::name_views}) {
             if (Status status = (this->*step)(); !status.ok()) {
                 return status.within("dictionary of \"" + name_in_utf8(xfd_.x_select_name) + "\"");
             }
@@ -71,9 +67,15 @@ class LayoutMaker {
     Status name_table();
     Status add_fields();
     Status add_field(const XfdField &field);
+    Status check_field(const XfdField &field, const std::string &quoted);
+    void describe(const XfdField &field, Column *column, Field *item) const;
+    Status add_child_field(const XfdField &field, Column column, Field item);
     Status add_keys();
     Status add_other_columns();
+    Status add_children();
+    Status name_views();
     std::string free_name(const std::string &wanted);
+    std::string free_relation(const std::string &wanted);
     bool cover(const Key &key, size_t segment, uint32_t at, std::vector<size_t> *columns);
     [[nodiscard]] bool sorts_as_bytes(const Field &field) const;
     [[nodiscard]] bool has_relative_key_field() const;
@@ -81,7 +83,9 @@ class LayoutMaker {
     const Xfd &xfd_;
     const LayoutOptions &options_;
     TableLayout layout_;
-    std::set<std::string> names_;  // folded
+    std::set<std::string> names_;      // of the table's columns, folded
+    std::set<std::string> relations_;  // of tables, indexes and views, folded
+    ChildTableMaker children_;
     std::optional<CodePage> code_page_;
     size_t cover_steps_ = 0;
     uint32_t field_bytes_ = 0;
@@ -116,6 +120,10 @@ Status LayoutMaker::name_table() {
         xfd_.x_cvt_info != nullptr ? *xfd_.x_cvt_info : XfdCvtInfo{0, 40, 25, 11, '.', ',', 0};
     layout_.code_page = code_page_of_encoding(layout_.settings.cv_encoding, ZGetCOBOLCharSet());
     code_page_.emplace(layout_.code_page);
+    const int illegal_data = ZCGetValueTinyint("4GL_ILLEGAL_DATA", 0);
+    layout_.illegal_data = illegal_data >= 0 && illegal_data <= 3
+                               ? static_cast<IllegalData>(illegal_data)
+                               : IllegalData::kUnchanged;
     layout_.dictionary.reset(Z4CopyXFD(&xfd_), Z4XFDFree);
     if (layout_.dictionary == nullptr) {
         return {ErrorKind::kNoMemory, "no memory for a copy of it"};
@@ -149,25 +157,13 @@ Status LayoutMaker::add_fields() {
         found++;
     }
     layout_.field_count = layout_.columns.size();
-    if (layout_.field_count == 0) {
+    if (found == 0) {
         return bad_dictionary("it has no fields");
     }
     return {};
 }
 
-Status LayoutMaker::add_field(const XfdField &field) {
-    Column column;
-    column.name = name_in_utf8(field.fd_name);
-    const std::string quoted = "field \"" + column.name + "\"";
-    if (field.fd_subtable[0] != '\0') {
-        return bad_dictionary(quoted + " belongs to the sub-table \"" +
-                              name_in_utf8(field.fd_subtable) +
-                              "\"; OCCURS groups with a table of their own are not supported");
-    }
-    if (!names_.insert(folded(column.name)).second) {
-        return bad_dictionary("two fields make the column \"" + column.name +
-                              "\"; give one of them another name");
-    }
+Status LayoutMaker::check_field(const XfdField &field, const std::string &quoted) {
     const ZArgument &data = field.fd_argument;
     if (field.fd_offset > layout_.max_record ||
         data.a_size > layout_.max_record - field.fd_offset) {
@@ -175,8 +171,14 @@ Status LayoutMaker::add_field(const XfdField &field) {
                               std::to_string(field.fd_offset) + ", outside the record of " +
                               std::to_string(layout_.max_record) + " bytes");
     }
-    if (layout_.columns.size() == kMaxColumns) {
-        return bad_dictionary("it has more than " + std::to_string(kMaxColumns) + " fields");
+    if (field.fd_cond_num > xfd_.x_n_conditions) {
+        return bad_dictionary(quoted + " exists under condition " +
+                              std::to_string(field.fd_cond_num) + " of " +
+                              std::to_string(xfd_.x_n_conditions));
+    }
+    if (field.fd_occurs_depth > XFD_MAX_OCCURS) {
+        return bad_dictionary(quoted + " has " + std::to_string(field.fd_occurs_depth) +
+                              " subscripts; " + std::to_string(XFD_MAX_OCCURS) + " are possible");
     }
     // Fields may redefine each other; all of them together stay within memory.
     constexpr uint32_t kMaxFieldBytes = 64U << 20;
@@ -185,35 +187,84 @@ Status LayoutMaker::add_field(const XfdField &field) {
                               " bytes");
     }
     field_bytes_ += data.a_size;
-    Field item;
-    item.name = column.name;
-    item.slot = static_cast<uint32_t>(&field - xfd_.x_fdesc);
-    item.offset = field.fd_offset;
-    item.data = data;
-    item.data.a_address = 0;
+    return {};
+}
+
+// What a column and a field are of, whatever table they are in.
+void LayoutMaker::describe(const XfdField &field, Column *column, Field *item) const {
+    const ZArgument &data = field.fd_argument;
     const FieldShape shape = shape_of(data);
-    if (shape.is_number) {
-        column.type = is_integer(shape) ? ColumnType::kInteger : ColumnType::kDecimal;
-        column.decimals = shape.scale < 0 ? static_cast<uint32_t>(-shape.scale) : 0;
+    if (const std::optional<DateColumn> date = date_column_of(field)) {
+        column->type = date->type;
+        column->decimals = date->decimals;
+    } else if (shape.is_number) {
+        column->type = is_integer(shape) ? ColumnType::kInteger : ColumnType::kDecimal;
+        column->decimals = shape.scale < 0 ? static_cast<uint32_t>(-shape.scale) : 0;
         const uint32_t zeros = shape.scale > 0 ? static_cast<uint32_t>(shape.scale) : 0;
-        column.digits = std::max(shape.digits + zeros, std::max(column.decimals, 1U));
+        column->digits = std::max(shape.digits + zeros, std::max(column->decimals, 1U));
     } else if (shape.storage == Storage::kFloat) {
-        column.type = ColumnType::kReal;
+        column->type = ColumnType::kReal;
     } else if (shape.storage == Storage::kBytes) {
-        column.type = ColumnType::kBlob;
+        column->type = ColumnType::kBlob;
     } else {
         const bool is_national =
             shape.storage == Storage::kNational || shape.storage == Storage::kNationalRight;
-        column.characters = std::max(is_national ? data.a_size / 2 : data.a_size, 1U);
+        column->characters = std::max(is_national ? data.a_size / 2 : data.a_size, 1U);
     }
-    item.type = column.type;
+    column->is_hidden = (field.fd_flags & XFD_FIELD_HIDDEN) != 0;
+    column->is_read_only = (field.fd_flags & XFD_FIELD_READ_ONLY) != 0;
+    column->is_identity = (field.fd_flags & XFD_FIELD_IDENTITY) != 0;
+    item->name = column->name;
+    item->slot = static_cast<uint32_t>(&field - xfd_.x_fdesc);
+    item->offset = field.fd_offset;
+    item->data = data;
+    item->data.a_address = 0;
+    item->condition = field.fd_cond_num;
+    item->type = column->type;
+    if (is_date(column->type)) {
+        item->decimals = static_cast<uint8_t>(column->decimals);
+    }
+}
+
+Status LayoutMaker::add_field(const XfdField &field) {
+    Column column;
+    column.name = name_in_utf8(field.fd_name);
+    if (Status status = check_field(field, "field \"" + column.name + "\""); !status.ok()) {
+        return status;
+    }
+    Field item;
+    describe(field, &column, &item);
+    if (field.fd_subtable[0] != '\0' || (field.fd_flags & XFD_FIELD_IN_SECONDARY_TABLE) != 0) {
+        return add_child_field(field, std::move(column), std::move(item));
+    }
+    if (!names_.insert(folded(column.name)).second) {
+        return bad_dictionary("two fields make the column \"" + column.name +
+                              "\"; give one of them another name");
+    }
+    if (layout_.columns.size() == kMaxColumns) {
+        return bad_dictionary("it has more than " + std::to_string(kMaxColumns) + " fields");
+    }
     layout_.fields.push_back(std::move(item));
     layout_.columns.push_back(std::move(column));
     return {};
 }
 
+Status LayoutMaker::add_child_field(const XfdField &field, Column column, Field item) {
+    if (field.fd_subtable[0] == '\0') {
+        return children_.add({}, {}, std::move(column), std::move(item));
+    }
+    const std::span<const uint16_t> subscripts(field.fd_occurs_index, field.fd_occurs_depth);
+    item.name += shown_subscripts(subscripts);
+    return children_.add(name_in_utf8(field.fd_subtable), subscripts, std::move(column),
+                         std::move(item));
+}
+
 bool LayoutMaker::sorts_as_bytes(const Field &field) const {
     const FieldShape shape = shape_of(field.data);
+    if (is_date(field.type) &&
+        (!sorts_by_digits(date_format_of(xfd_.x_fdesc[field.slot])) || shape.scale != 0)) {
+        return false;
+    }
     if (shape.is_number) {
         return is_integer(shape) && sorts_by_bytes(shape, layout_.settings);
     }
@@ -295,10 +346,21 @@ std::string LayoutMaker::free_name(const std::string &wanted) {
     return name;
 }
 
+// The same for what the schema of the database has: tables, indexes, views.
+std::string LayoutMaker::free_relation(const std::string &wanted) {
+    std::string name = wanted;
+    for (size_t n = 2; !relations_.insert(folded(name)).second; n++) {
+        name = wanted + "_" + std::to_string(n);
+    }
+    return name;
+}
+
 Status LayoutMaker::add_other_columns() {
-    if (layout_.file_type != XFD_INDEXED) {
+    const bool is_indexed = layout_.file_type == XFD_INDEXED;
+    // Rows of child tables need a number that stays.
+    if (!is_indexed || !children_.empty()) {
         Column column;
-        column.name = free_name("record_number");
+        column.name = free_name(is_indexed ? "row_number" : "record_number");
         column.role = ColumnRole::kRecordNumber;
         column.type = ColumnType::kInteger;
         column.digits = 18;
@@ -334,6 +396,56 @@ Status LayoutMaker::add_other_columns() {
     if (layout_.columns.size() > kMaxColumns) {
         return bad_dictionary("its table would have " + std::to_string(layout_.columns.size()) +
                               " columns; " + std::to_string(kMaxColumns) + " are possible");
+    }
+    return {};
+}
+
+// Tables that the dictionary names keep their names; those of this layer give way.
+Status LayoutMaker::add_children() {
+    relations_.insert(folded(layout_.table));
+    for (const Key &key : layout_.keys) {
+        relations_.insert(folded(key.index_name));
+        relations_.insert(folded(key.index_name + "_bytes"));
+    }
+    if (children_.empty()) {
+        return {};
+    }
+    const std::string &number = layout_.columns[layout_.record_number].name;
+    if (Status status = children_.finish(number, &layout_); !status.ok()) {
+        return status;
+    }
+    for (const ChildTable &child : layout_.children) {
+        if (!child.name.empty() && !relations_.insert(folded(child.name)).second) {
+            return bad_dictionary("its sub-table \"" + child.name +
+                                  "\" has the name of its table or of an index; give it another");
+        }
+    }
+    const auto secondary =
+        std::ranges::find_if(layout_.children, &std::string::empty, &ChildTable::name);
+    if (secondary != layout_.children.end()) {
+        secondary->name = free_relation(layout_.table + "_secondary");
+    }
+    return {};
+}
+
+Status LayoutMaker::name_views() {
+    const auto is_hidden = [](const std::vector<Column> &columns) {
+        return std::ranges::any_of(columns, &Column::is_hidden);
+    };
+    const bool is_hidden_in_child =
+        std::ranges::any_of(layout_.children, is_hidden, &ChildTable::columns);
+    const auto fields = std::span(layout_.columns).first(layout_.field_count);
+    if (ZCGetValueBool("4GL_USE_VIEWS", 1) == 0 ||
+        (!is_hidden(layout_.columns) && !is_hidden_in_child)) {
+        return {};
+    }
+    if (!std::ranges::all_of(fields, &Column::is_hidden)) {
+        layout_.view = free_relation(layout_.table + "_view");
+    }
+    for (ChildTable &child : layout_.children) {
+        if (is_hidden(child.columns)) {
+            child.view = free_relation(child.name + "_view");
+        }
     }
     return {};
 }

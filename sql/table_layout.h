@@ -36,13 +36,18 @@ enum class ColumnType : uint8_t {
     kTimestamp,  // both, a blank between them
 };
 
+inline bool is_date(ColumnType type) {
+    return type >= ColumnType::kDate;
+}
+
 // What becomes of a field whose contents no column of its type can take
 // (4GL_ILLEGAL_DATA); docs/formats/table-layout.md tells each.
 enum class IllegalData : uint8_t { kUnchanged = 0, kConverted = 1, kKeyMod = 2, kPassThrough = 3 };
 
 enum class ColumnRole : uint8_t {
     kField,         // a field of the record
-    kRecordNumber,  // the number of the record in its file, from 1
+    kRecordNumber,  // the number of the record in its file, from 1; of an indexed
+                    // file with child tables, its place in the order of insertion
     kKeyBytes,      // the bytes of one key, where its columns do not sort alike
     kExactRecord,   // the whole record, where the columns do not give it back
 };
@@ -82,6 +87,7 @@ struct ChildTable {
         std::vector<size_t> fields;
     };
     std::string name;
+    std::string view;           // without the hidden columns; empty: there is none
     std::string number_column;  // number of the record's row in the main table
     std::vector<std::string> subscript_columns;
     std::vector<Column> columns;  // of the fields
@@ -108,6 +114,7 @@ struct TableLayout {
     static constexpr size_t kNone = SIZE_MAX;
 
     std::string table;
+    std::string view;        // of the fields that are not hidden; empty: there is none
     uint16_t file_type = 0;  // XFD_SEQUENTIAL ...
     uint32_t max_record = 0;
     uint32_t min_record = 0;
@@ -124,7 +131,7 @@ struct TableLayout {
     // A copy of what the layout was made from.
     std::shared_ptr<const Xfd> dictionary;
     std::vector<Key> keys;         // keys[0] is the primary one
-    size_t record_number = kNone;  // column, for relative and sequential files
+    size_t record_number = kNone;  // column; none: an indexed file without children
     size_t exact_record = kNone;   // column, unless left out
 
     // Whether a column has that name, without case as the databases compare.
@@ -136,17 +143,23 @@ struct LayoutOptions {
 };
 
 // Table of a dictionary, of which a copy is kept.  The code page of the host
-// (COBOL_CODE_PAGE), the settings of the dictionary and 4GL_ILLEGAL_DATA count as
-// they are now.
+// (COBOL_CODE_PAGE), the settings of the dictionary, 4GL_ILLEGAL_DATA (a value
+// outside 0 to 3 is 0) and 4GL_USE_VIEWS count as they are now.
 // kBadDictionary, with the reason and the field's name, *out untouched: no
 // table or select name; a dictionary cut short (a slot without a name among
-// the first x_n_total_fields); a field of a sub-table; two columns of one name
-// (compared without case); columns that take all names of SQLite's row number;
-// a field or key segment outside the record; no field; more columns than a database takes (2000).
+// the first x_n_total_fields); two columns of one name in a table, or in a child
+// table two of the same subscripts (compared without case); a sub-table of the
+// name of another table or index, or over items of different OCCURS depth; a
+// condition that is not there; columns that take all names of SQLite's row number;
+// a field or key segment outside the record; no field; more columns than a
+// database takes (2000).
 Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out);
 
 // The table alone, with its primary key; no semicolon behind it.
 std::string create_table_sql(const TableLayout &layout, const Dialect &dialect);
+
+// The child tables, which name the table; one statement each, no semicolons.
+std::vector<std::string> create_child_table_sql(const TableLayout &layout, const Dialect &dialect);
 
 // An index and the statement that makes it, no semicolon behind it.
 struct IndexSql {
@@ -157,13 +170,20 @@ struct IndexSql {
     bool is_made_first = false;
 };
 
-// Everything that follows the table.
+// The indexes of the table.
 std::vector<IndexSql> create_index_sql(const TableLayout &layout, const Dialect &dialect);
 
-// What keeps the key bytes true when somebody changes a key's columns by SQL:
-// they become null, and the reader works them out again.  Comes behind the rows,
-// no semicolons behind the statements; none where the dialect cannot.
+// What comes behind the rows, no semicolons behind the statements; none where
+// the triggers of the dialect take more than a statement:
+// - key bytes become null when somebody changes a key's columns by SQL, and the
+//   reader works them out again;
+// - the rows of a child table go with their record's row, and follow its number;
+// - read-only columns refuse updates;
+// - the identity column of a row inserted without a value gets the next one.
 std::vector<std::string> create_trigger_sql(const TableLayout &layout, const Dialect &dialect);
+
+// The views without hidden columns, no semicolons behind the statements.
+std::vector<std::string> create_view_sql(const TableLayout &layout, const Dialect &dialect);
 
 // All statements for a person or a script, each closed by ";" and a newline.
 std::string ddl_script(const TableLayout &layout, const Dialect &dialect);

@@ -4,6 +4,9 @@
 // Most rows need neither key bytes nor exact bytes; a batch of such rows leaves
 // those columns out.  The indexes of the alternate keys are made behind the
 // data, where a sort takes the place of a million searches.
+//
+// The fields of child tables are decoded with the others and follow once the rows
+// of their records are in.
 #include "sql/table_loader.h"
 
 #include <algorithm>
@@ -11,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "sql/child_rows.h"
 #include "sql/record_codec.h"
 #include "sql/table_columns.h"
 
@@ -34,16 +38,22 @@ struct Row {
     uint64_t number = 0;
     Bytes record;             // in the batch's copies
     bool is_special = false;  // counted as kept exact, or as coming back changed
+    bool is_in = false;       // the table has taken it
 };
 
 class Loader final : public TableLoader {
  public:
     Loader(Connection &connection, const TableLayout &layout, LoadOptions options)
-        : connection_(connection), layout_(layout), options_(std::move(options)), codec_(layout_) {}
+        : connection_(connection), layout_(layout), options_(std::move(options)), codec_(layout_) {
+        if (!layout_.children.empty()) {
+            children_ = std::make_unique<ChildRowWriter>(layout_, codec_);
+        }
+    }
 
     ~Loader() override {
         // A statement that is under way would hold the transaction open.
         select_row_.reset();
+        stored_children_.reset();
         if (has_begun_ && !finished_) {
             (void)connection_.rollback();
         }
@@ -56,20 +66,30 @@ class Loader final : public TableLoader {
 
  private:
     Status create_table();
+    Status make_room(const std::string &relation, const char *drop);
     void lay_out_rows();
     Status prepare_inserts();
     void fill_row(size_t row);
     [[nodiscard]] bool comes_back_changed(size_t row);
     Status flush();
+    Status flush_main();
     Status insert_one(size_t row, bool is_lean);
-    void count(const Row &row);
+    void count(Row &row);
     Status reject(uint64_t number, const Status &reason, Bytes record);
     Status create_indexes(bool first);
     Status reject_duplicates(const IndexSql &index);
-    Status reject_stored(uint64_t number, const Status &reason);
+    Status reject_stored(uint64_t record_number, const Status &reason);
 
     std::span<Value> values_of(size_t row) {
         return {values_.data() + row * row_values_, row_values_};
+    }
+    // Of all fields, those of child tables too.
+    std::span<Value> fields_of(size_t row) {
+        if (children_ == nullptr) {
+            return values_of(row).subspan(1, layout_.field_count);
+        }
+        const size_t n = layout_.fields.size();
+        return {decoded_.data() + row * n, n};
     }
 
     Connection &connection_;
@@ -96,6 +116,7 @@ class Loader final : public TableLoader {
     bool is_lean_ = true;  // so far, the rows of this batch
     std::vector<Row> batch_;
     std::vector<Value> values_;
+    std::vector<Value> decoded_;  // where there are child tables
     std::vector<unsigned char> records_;
     std::vector<unsigned char> key_bytes_;
     std::vector<char> texts_;
@@ -105,9 +126,12 @@ class Loader final : public TableLoader {
     std::unique_ptr<Statement> insert_batch_[2];
     std::unique_ptr<Statement> insert_row_[2];
 
+    std::unique_ptr<ChildRowWriter> children_;  // null: the layout has none
+
     // Of records that are rejected once they are in.
     std::unique_ptr<Statement> select_row_;
     std::unique_ptr<Statement> delete_row_;
+    std::unique_ptr<ChildRowReader> stored_children_;
     std::vector<Value> stored_;
 };
 
@@ -131,23 +155,48 @@ Status Loader::start() {
     return status;
 }
 
-Status Loader::create_table() {
+// Sees to it that no table or view of a name is there.
+Status Loader::make_room(const std::string &relation, const char *drop) {
     std::vector<std::string> present;
-    if (Status status = connection_.table_columns(layout_.table, &present); !status.ok()) {
+    if (Status status = connection_.table_columns(relation, &present); !status.ok()) {
         return status;
     }
-    if (!present.empty()) {
-        if (!options_.replace) {
-            return {ErrorKind::kTableExists, "the database has a table " +
-                                                 Dialect::quote(layout_.table) +
-                                                 " already; drop it or load into another database"};
-        }
-        const std::string drop = "DROP TABLE " + Dialect::quote(layout_.table);
-        if (Status status = connection_.execute(drop); !status.ok()) {
-            return status;
-        }
+    if (present.empty()) {
+        return {};
     }
-    return connection_.execute(create_table_sql(layout_, connection_.dialect()));
+    if (!options_.replace) {
+        return {ErrorKind::kTableExists, "the database has a table " + Dialect::quote(relation) +
+                                             " already; drop it or load into another database"};
+    }
+    return connection_.execute(drop + Dialect::quote(relation));
+}
+
+// What refers to the table goes before it and comes behind it.
+Status Loader::create_table() {
+    Status status;
+    const auto also = [&](auto &&step) {
+        if (status.ok()) {
+            status = step();
+        }
+    };
+    const auto make_room_for_view = [&](const std::string &view) {
+        also([&] { return view.empty() ? Status() : make_room(view, "DROP VIEW "); });
+    };
+    const auto make_room_for_table = [&](const std::string &table) {
+        also([&] { return make_room(table, "DROP TABLE "); });
+    };
+    make_room_for_view(layout_.view);
+    for (const ChildTable &child : layout_.children) {
+        make_room_for_view(child.view);
+        make_room_for_table(child.name);
+    }
+    make_room_for_table(layout_.table);
+    const Dialect &dialect = connection_.dialect();
+    also([&] { return connection_.execute(create_table_sql(layout_, dialect)); });
+    for (const std::string &sql : create_child_table_sql(layout_, dialect)) {
+        also([&] { return connection_.execute(sql); });
+    }
+    return status;
 }
 
 void Loader::lay_out_rows() {
@@ -172,12 +221,14 @@ void Loader::lay_out_rows() {
     }
     row_values_ = columns_.size();
 
-    const size_t row_bytes =
-        layout_.max_record + codec_.text_capacity() + key_bytes_size_ + row_values_ * sizeof(Value);
+    const size_t decoded_values = children_ == nullptr ? 0 : layout_.fields.size();
+    const size_t row_bytes = layout_.max_record + codec_.text_capacity() + key_bytes_size_ +
+                             (row_values_ + decoded_values) * sizeof(Value);
     batch_rows_ = std::clamp<size_t>(
         std::min(kMaxBatchBytes / row_bytes, kMaxParameters / row_values_), 1, kMaxBatchRows);
     batch_.resize(batch_rows_);
     values_.resize(batch_rows_ * row_values_);
+    decoded_.resize(batch_rows_ * decoded_values);
     records_.resize(batch_rows_ * layout_.max_record);
     key_bytes_.resize(batch_rows_ * key_bytes_size_);
     texts_.resize(batch_rows_ * codec_.text_capacity());
@@ -199,7 +250,7 @@ Status Loader::prepare_inserts() {
             return status;
         }
     }
-    return {};
+    return children_ == nullptr ? Status() : children_->prepare(connection_);
 }
 
 Status Loader::add(uint64_t record_number, Bytes record) {
@@ -231,9 +282,13 @@ void Loader::fill_row(size_t row) {
     Row &from = batch_[row];
     const std::span<Value> values = values_of(row);
     values[0] = Value::integer(static_cast<int64_t>(from.number));
+    const std::span<Value> fields = fields_of(row);
     const DecodedRecord decoded =
-        codec_.decode(from.record, values.subspan(1, layout_.field_count),
+        codec_.decode(from.record, fields,
                       {texts_.data() + row * codec_.text_capacity(), codec_.text_capacity()});
+    if (children_ != nullptr) {
+        std::ranges::copy(fields.first(layout_.field_count), values.begin() + 1);
+    }
     Value *value = values.data() + 1 + layout_.field_count;  // none may be left
     for (size_t i = 0; i < key_places_.size(); i++) {
         const KeyPlace &place = key_places_[i];
@@ -260,13 +315,28 @@ void Loader::fill_row(size_t row) {
 bool Loader::comes_back_changed(size_t row) {
     size_t length = 0;
     const Bytes record = batch_[row].record;
-    return !codec_.encode(values_of(row).subspan(1, layout_.field_count), image_, &length).ok() ||
-           length != record.size() || !std::equal(record.begin(), record.end(), image_.begin());
+    return !codec_.encode(fields_of(row), image_, &length).ok() || length != record.size() ||
+           !std::equal(record.begin(), record.end(), image_.begin());
 }
 
-// Inserts the rows of the batch.  When the table refuses one, the rows in front
-// of it are in; it is rejected and the others go one by one.
+// Inserts the rows of the batch, then the child rows of those that the table took.
 Status Loader::flush() {
+    const size_t rows = rows_;
+    Status status = flush_main();
+    if (children_ == nullptr) {
+        return status;
+    }
+    for (size_t row = 0; status.ok() && row < rows; row++) {
+        if (batch_[row].is_in) {
+            status = children_->add(batch_[row].number, fields_of(row));
+        }
+    }
+    return status.ok() ? children_->flush() : status;
+}
+
+// When the table refuses a row, the rows in front of it are in; it is rejected and
+// the others go one by one.
+Status Loader::flush_main() {
     const size_t rows = std::exchange(rows_, 0);
     const bool is_lean = std::exchange(is_lean_, true);
     size_t row = 0;
@@ -316,7 +386,8 @@ Status Loader::insert_one(size_t row, bool is_lean) {
     }
 }
 
-void Loader::count(const Row &row) {
+void Loader::count(Row &row) {
+    row.is_in = true;
     summary_.loaded++;
     if (row.is_special) {
         (layout_.exact_record == TableLayout::kNone ? summary_.changed : summary_.kept_exact)++;
@@ -339,9 +410,11 @@ Status Loader::finish(LoadSummary *summary) {
     if (status.ok()) {
         status = create_indexes(false);
     }
-    for (const std::string &trigger : create_trigger_sql(layout_, connection_.dialect())) {
-        if (status.ok()) {
-            status = connection_.execute(trigger);
+    for (const auto create : {&create_trigger_sql, &create_view_sql}) {
+        for (const std::string &sql : create(layout_, connection_.dialect())) {
+            if (status.ok()) {
+                status = connection_.execute(sql);
+            }
         }
     }
     if (status.ok()) {
@@ -418,39 +491,47 @@ Status Loader::reject_duplicates(const IndexSql &index) {
 }
 
 // Rejects a record that is in the table already: it is read back and deleted.
-Status Loader::reject_stored(uint64_t number, const Status &reason) {
+Status Loader::reject_stored(uint64_t record_number, const Status &reason) {
     if (!options_.on_reject) {
-        return reason.within("record " + std::to_string(number));
+        return reason.within("record " + std::to_string(record_number));
     }
     const Dialect &dialect = connection_.dialect();
     const std::string where =
         " WHERE " + number_column(layout_, dialect) + " = " + dialect.parameter(0);
     const std::string table = Dialect::quote(layout_.table);
     if (select_row_ == nullptr) {
-        std::vector<std::string> names = number_and_fields(layout_, dialect);
-        names.push_back(columns_.back());
-        Status status =
-            connection_.prepare("SELECT " + joined(names) + " FROM " + table + where, &select_row_);
+        // Exact bytes in front, so that the fields of all tables lie together.
+        Status status = connection_.prepare("SELECT " + columns_.back() + ", " +
+                                                joined(number_and_fields(layout_, dialect)) +
+                                                " FROM " + table + where,
+                                            &select_row_);
         if (status.ok()) {
             status = connection_.prepare("DELETE FROM " + table + where, &delete_row_);
+        }
+        if (status.ok() && children_ != nullptr) {
+            stored_children_ = std::make_unique<ChildRowReader>(layout_, codec_);
+            status = stored_children_->prepare(connection_);
         }
         if (!status.ok()) {
             return status;
         }
-        stored_.resize(names.size());
+        stored_.resize(2 + layout_.fields.size());
     }
-    const Value key = Value::integer(static_cast<int64_t>(number));
+    const Value key = Value::integer(static_cast<int64_t>(record_number));
     select_row_->bind(0, {&key, 1});
     bool found = false;
     size_t length = 0;
-    Status status = select_row_->fetch(stored_, &found);
+    const std::span<Value> fields = std::span(stored_).subspan(2);
+    Status status = select_row_->fetch(std::span(stored_).first(2 + layout_.field_count), &found);
+    if (status.ok() && found && stored_children_ != nullptr) {
+        status = stored_children_->read(key, fields);
+    }
     if (status.ok() && found) {
-        const std::span<const Value> all(stored_);
-        status = codec_.restore(all.subspan(1, layout_.field_count), all.back(), image_, &length);
+        status = codec_.restore(fields, stored_[0], image_, &length);
     }
     if (status.ok()) {
         summary_.loaded--;
-        summary_.kept_exact -= stored_.back().is_null() ? 0 : 1;
+        summary_.kept_exact -= stored_[0].is_null() ? 0 : 1;
     }
     select_row_->reset();
     uint64_t deleted = 0;
@@ -458,7 +539,10 @@ Status Loader::reject_stored(uint64_t number, const Status &reason) {
         delete_row_->bind(0, {&key, 1});
         status = delete_row_->execute(&deleted);
     }
-    return status.ok() ? reject(number, reason, {image_.data(), length}) : status;
+    if (status.ok() && children_ != nullptr) {
+        status = children_->remove(record_number);
+    }
+    return status.ok() ? reject(record_number, reason, {image_.data(), length}) : status;
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "sql/child_rows.h"
 #include "sql/record_codec.h"
 #include "sql/table_columns.h"
 
@@ -39,21 +40,28 @@ struct Stream {
     std::unique_ptr<Statement> query;
     std::vector<LooseRow> loose;  // when not empty, the query asks for one row by number
     size_t next_loose = 0;
-    std::vector<Value> row;
+    std::vector<Value> row;  // exact bytes, number, fields, those of child tables
     std::vector<unsigned char> image;
     size_t length = 0;
     std::vector<unsigned char> key;
     bool has_record = false;
     Status status;  // of that record
+
+    [[nodiscard]] int64_t number() const { return row[1].as_integer(); }
 };
 
 class Reader final : public TableReader {
  public:
     Reader(Connection &connection, const TableLayout &layout, size_t key)
-        : connection_(connection), layout_(layout), key_(key), codec_(layout_) {}
+        : connection_(connection), layout_(layout), key_(key), codec_(layout_) {
+        if (!layout_.children.empty()) {
+            children_ = std::make_unique<ChildRowReader>(layout_, codec_);
+        }
+    }
 
     ~Reader() override {
         streams_.clear();
+        children_.reset();
         if (has_begun_) {
             (void)connection_.rollback();
         }
@@ -77,6 +85,7 @@ class Reader final : public TableReader {
     RecordCodec codec_;
     bool has_begun_ = false;
     bool has_exact_ = false;
+    std::unique_ptr<ChildRowReader> children_;  // null: the layout has none
     std::vector<Stream> streams_;
     size_t current_ = SIZE_MAX;  // the stream whose record was given last
 };
@@ -97,6 +106,11 @@ Status Reader::start() {
         return status;
     }
     connection_.expect_bulk(true);
+    if (children_ != nullptr) {
+        if (Status status = children_->prepare(connection_); !status.ok()) {
+            return status;
+        }
+    }
     const std::string number = number_column(layout_, connection_.dialect());
     Status status;
     if (key_ == kRecordOrder) {
@@ -151,18 +165,17 @@ Status Reader::check_columns() {
 }
 
 Status Reader::open_stream(const std::string &condition) {
-    std::vector<std::string> names = number_and_fields(layout_, connection_.dialect());
-    if (has_exact_) {
-        names.push_back(Dialect::quote(layout_.columns[layout_.exact_record].name));
-    }
+    const std::string exact =
+        has_exact_ ? quoted_names(layout_, {layout_.exact_record}) : std::string("NULL");
     Stream stream;
-    stream.row.resize(layout_.field_count + 2);  // without exact bytes the last stays null
+    stream.row.resize(2 + layout_.fields.size());
     stream.image.resize(layout_.max_record);
     if (key_ != kRecordOrder) {
         stream.key.resize(codec_.key_length(key_));
     }
     Status status = connection_.prepare(
-        "SELECT " + joined(names) + " FROM " + Dialect::quote(layout_.table) + condition,
+        "SELECT " + exact + ", " + joined(number_and_fields(layout_, connection_.dialect())) +
+            " FROM " + Dialect::quote(layout_.table) + condition,
         &stream.query);
     streams_.push_back(std::move(stream));
     return status;
@@ -180,7 +193,7 @@ Status Reader::open_loose_stream(const std::string &condition) {
     Status status;
     while ((status = advance(all)).ok() && all.has_record) {
         codec_.key_bytes(key_, {all.image.data(), all.length}, all.key.data());
-        loose.push_back({std::string(all.key.begin(), all.key.end()), all.row[0].as_integer()});
+        loose.push_back({std::string(all.key.begin(), all.key.end()), all.number()});
     }
     if (!status.ok() || loose.empty()) {
         return status;
@@ -194,7 +207,6 @@ Status Reader::open_loose_stream(const std::string &condition) {
 }
 
 Status Reader::fetch(Stream &stream) {
-    const size_t columns = layout_.field_count + (has_exact_ ? 2 : 1);
     if (!stream.loose.empty()) {
         stream.has_record = stream.next_loose < stream.loose.size();
         if (!stream.has_record) {
@@ -204,7 +216,8 @@ Status Reader::fetch(Stream &stream) {
         stream.query->reset();
         stream.query->bind(0, {&number, 1});
     }
-    return stream.query->fetch(std::span(stream.row).first(columns), &stream.has_record);
+    return stream.query->fetch(std::span(stream.row).first(2 + layout_.field_count),
+                               &stream.has_record);
 }
 
 // Moves a stream to its next row and makes the record of it.
@@ -212,10 +225,19 @@ Status Reader::advance(Stream &stream) {
     if (Status status = fetch(stream); !status.ok() || !stream.has_record) {
         return status;
     }
-    const std::span<const Value> row(stream.row);
+    const std::span<Value> fields = std::span(stream.row).subspan(2);
+    Status child_status;
+    if (children_ != nullptr) {
+        child_status = children_->read(stream.row[1], fields);
+        if (!child_status.ok() && child_status.kind() != ErrorKind::kBadRecord) {
+            return child_status;
+        }
+    }
     stream.length = 0;
-    stream.status = codec_.restore(row.subspan(1, layout_.field_count), row.back(), stream.image,
-                                   &stream.length);
+    stream.status = codec_.restore(fields, stream.row[0], stream.image, &stream.length);
+    if (!child_status.ok()) {
+        stream.status = child_status;
+    }
     if (key_ != kRecordOrder && streams_.size() > 1) {
         codec_.key_bytes(key_, {stream.image.data(), stream.length}, stream.key.data());
     }
@@ -227,7 +249,7 @@ Status Reader::advance(Stream &stream) {
 size_t Reader::least_stream() const {
     const auto is_less = [](const Stream &a, const Stream &b) {
         const int order = std::memcmp(a.key.data(), b.key.data(), a.key.size());
-        return order != 0 ? order < 0 : a.row[0].as_integer() < b.row[0].as_integer();
+        return order != 0 ? order < 0 : a.number() < b.number();
     };
     size_t least = SIZE_MAX;
     for (size_t i = 0; i < streams_.size(); i++) {
@@ -252,7 +274,7 @@ Status Reader::next(RecordView *record, bool *found) {
     }
     const Stream &stream = streams_[current_];
     *found = true;
-    record->number = static_cast<uint64_t>(stream.row[0].as_integer());
+    record->number = static_cast<uint64_t>(stream.number());
     record->bytes = {stream.image.data(), stream.length};
     return stream.status.within("record " + std::to_string(record->number));
 }
@@ -270,9 +292,7 @@ Status TableReader::open(Connection &connection, const TableLayout &layout, size
 }
 
 size_t default_order(const TableLayout &layout) {
-    return layout.record_number == TableLayout::kNone && !layout.keys.empty()
-               ? 0
-               : TableReader::kRecordOrder;
+    return layout.file_type == XFD_INDEXED && !layout.keys.empty() ? 0 : TableReader::kRecordOrder;
 }
 
 }  // namespace sql

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "tests/sql/sql_fixture.h"
 
 namespace {
@@ -11,10 +14,18 @@ using namespace sql_test;
 
 // A column as "name TYPE digits,decimals,characters".
 std::string shown(const sql::Column &column) {
-    const char *const kTypes[] = {"integer", "decimal", "real", "text", "blob"};
+    const char *const kTypes[] = {"integer", "decimal", "real", "text",
+                                  "blob",    "date",    "time", "timestamp"};
     return column.name + " " + kTypes[static_cast<size_t>(column.type)] + " " +
            std::to_string(column.digits) + "," + std::to_string(column.decimals) + "," +
            std::to_string(column.characters);
+}
+
+// Puts a field into a sub-table.
+void in_table(XfdField &field, const char *table, std::initializer_list<uint16_t> subscripts) {
+    std::strncpy(field.fd_subtable, table, sizeof field.fd_subtable - 1);
+    field.fd_occurs_depth = static_cast<uint8_t>(subscripts.size());
+    std::ranges::copy(subscripts, field.fd_occurs_index);
 }
 
 TEST(TableLayout, EachStorageHasItsColumnType) {
@@ -67,10 +78,52 @@ TEST(TableLayout, DictionariesThatCannotBecomeATableAreRefusedWithTheReason) {
          [](XfdBuilder &b) {
              b.field({"A", 4, 1, 16});
          }},
-        {"field \"b\" belongs to the sub-table \"LINES\"",
+        {"field \"b\" exists under condition 2 of 1",
+         [](XfdBuilder &b) {
+             b.condition({1, "a", "x"}).field({"b", 4, 1, 16}).under(2);
+         }},
+        {"two fields make the column \"B\" of the sub-table \"lines\", row (2,1); give one",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "LINES", {2, 1});
+             in_table(b.field({"B", 5, 1, 16}).last_field(), "lines", {2, 1});
+         }},
+        {"two fields make the column \"b\" of the secondary table; give one of them another name",
+         [](XfdBuilder &b) {
+             for (const uint32_t offset : {4U, 5U}) {
+                 b.field({"b", offset, 1, 16});
+                 b.last_field().fd_flags = XFD_FIELD_IN_SECONDARY_TABLE;
+             }
+         }},
+        {"field \"c(1)\" has 1 subscripts, other fields of the sub-table \"LINES\" have 2",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "LINES", {2, 1});
+             in_table(b.field({"c", 5, 1, 16}).last_field(), "LINES", {1});
+         }},
+        {"field \"b(2)\" is of another type than those before it in its column",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "LINES", {1});
+             in_table(b.field({"b", 5, 1, 1, 1}).last_field(), "LINES", {2});
+         }},
+        {"its sub-table \"ORDERS\" has the name of its table or of an index",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "ORDERS", {1});
+         }},
+        {"its sub-table \"Orders_Key_1\" has the name of its table or of an index",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "Orders_Key_1", {1});
+             b.key({false, {{0, 4}}});
+         }},
+        {"the sub-table \"LINES\" would have 2002 columns; 2000 are possible",
+         [](XfdBuilder &b) {
+             for (int i = 0; i < 2000; i++) {
+                 b.field({std::string("x").append(std::to_string(i)).c_str(), 0, 1, 16});
+                 in_table(b.last_field(), "LINES", {1});
+             }
+         }},
+        {"field \"b\" has 17 subscripts; 16 are possible",
          [](XfdBuilder &b) {
              b.field({"b", 4, 1, 16});
-             std::strncpy(b.last_field().fd_subtable, "LINES", sizeof(XfdField::fd_subtable));
+             b.last_field().fd_occurs_depth = 17;
          }},
         {"field \"b\" is 5 bytes at offset 6, outside the record of 10 bytes",
          [](XfdBuilder &b) {
@@ -136,16 +189,6 @@ TEST(TableLayout, ItemsOfTheListedViewAloneHaveNoColumn) {
     ASSERT_TRUE(sql::make_layout(xfd, {}, &layout).ok());
     EXPECT_EQ(layout.field_count, 2U);
     EXPECT_EQ(layout.columns[0].name, "a");
-}
-
-TEST(TableLayout, HiddenReadOnlyAndConditionalFieldsAreColumns) {
-    XfdBuilder builder("orders", 10);
-    builder.field({"a", 0, 4, 16});
-    builder.last_field().fd_flags = XFD_FIELD_HIDDEN | XFD_FIELD_READ_ONLY;
-    builder.field({"b", 4, 4, 16});
-    builder.last_field().fd_flags = XFD_FIELD_IN_SECONDARY_TABLE;
-    builder.last_field().fd_cond_num = 1;
-    EXPECT_EQ(layout_of(builder).field_count, 2U);
 }
 
 TEST(TableLayout, TheRelativeKeyFieldGivesWayToTheRecordNumber) {

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#include "sql/date_column.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/data.h"
+#include "wbfsi/dateformat.h"
+#include "wbfsi/dates.h"
+
+namespace sql {
+namespace {
+
+constexpr uint16_t kDateUserType = 1;
+constexpr size_t kMaxFormat = 20;
+constexpr size_t kMaxSecondDecimals = 6;  // microseconds
+
+struct DefaultFormat {
+    uint16_t type;
+    const char *format;
+};
+constexpr DefaultFormat kDefaultFormats[] = {{6, "YYMMDD"}, {8, "YYYYMMDD"}};
+
+// Units from the greatest to the smallest and the letters that each takes; a day
+// of the year stands for month and day.
+struct Unit {
+    char letter;
+    size_t least;
+    size_t most;
+    int rank;
+};
+constexpr Unit kUnits[] = {{'Y', 4, 4, 0}, {'M', 2, 2, 1}, {'D', 2, 2, 2}, {'E', 3, 3, 2},
+                           {'H', 2, 2, 3}, {'N', 2, 2, 4}, {'S', 2, 2, 5}, {'T', 1, 6, 6}};
+
+}  // namespace
+
+std::string date_format_of(const XfdField &field) {
+    const std::string own(field.fd_format, strnlen(field.fd_format, sizeof field.fd_format));
+    if (!own.empty()) {
+        return own;
+    }
+    const auto *const found =
+        std::ranges::find(kDefaultFormats, field.fd_argument.a_type, &DefaultFormat::type);
+    return found != std::end(kDefaultFormats) ? found->format : "";
+}
+
+std::optional<DateColumn> date_column_of(const XfdField &field) {
+    const std::string format = date_format_of(field);
+    if (field.fd_user_type != kDateUserType || format.empty() || format.size() > kMaxFormat ||
+        Z4ValidDateFormat(format.c_str()) == 0) {
+        return std::nullopt;
+    }
+    const bool has_date = Z4HaveDateInfo(&field) != 0;
+    const bool has_time = Z4HaveTimeInfo(&field) != 0;
+    if (!has_date && !has_time) {
+        return std::nullopt;
+    }
+    const auto decimals = static_cast<size_t>(std::ranges::count(format, 'T'));
+    return DateColumn{!has_time   ? ColumnType::kDate
+                      : !has_date ? ColumnType::kTime
+                                  : ColumnType::kTimestamp,
+                      static_cast<uint8_t>(std::min(decimals, kMaxSecondDecimals))};
+}
+
+bool sorts_by_digits(std::string_view date_format) {
+    int rank = -1;
+    bool has_month = false;
+    while (!date_format.empty()) {
+        const auto *const unit = std::ranges::find(kUnits, date_format.front(), &Unit::letter);
+        const size_t run =
+            std::min(date_format.find_first_not_of(date_format.front()), date_format.size());
+        if (unit == std::end(kUnits) || unit->rank <= rank || run < unit->least ||
+            run > unit->most || (unit->letter == 'E' && has_month)) {
+            return false;
+        }
+        has_month = has_month || unit->letter == 'M';
+        rank = unit->rank;
+        date_format.remove_prefix(run);
+    }
+    return rank >= 0;
+}
+
+}  // namespace sql
