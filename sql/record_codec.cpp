@@ -216,7 +216,7 @@ bool Encoder::keeps_all() const {
 void Encoder::mark(const FieldPlan &field) const {
     unsigned char *at = plan.written.data() + field.offset;
     if (!is_null(values[field.column])) {
-        std::memset(at, kValue, field.size);
+        std::fill_n(at, field.size, static_cast<unsigned char>(kValue));
         return;
     }
     for (uint32_t i = 0; i < field.size; i++) {
@@ -225,7 +225,8 @@ void Encoder::mark(const FieldPlan &field) const {
 }
 
 bool Encoder::shares_bytes_with_a_value(const FieldPlan &field) const {
-    return std::memchr(plan.written.data() + field.offset, kValue, field.size) != nullptr;
+    const auto first = plan.written.begin() + field.offset;
+    return std::find(first, first + field.size, kValue) != first + field.size;
 }
 
 Status Encoder::write(const FieldPlan &field) {
@@ -346,6 +347,8 @@ DecodedRecord decode_record(RecordPlan *plan, Bytes record, std::span<Value> val
         std::fill(padded + size, padded + plan->max_record, plan->code_page.blank());
         bytes = padded;
     }
+    constexpr unsigned char kNoBytes[1] = {};
+    bytes = bytes == nullptr ? kNoBytes : bytes;
     std::ranges::fill(states, FieldState::kOrdinary);
     DecodedRecord result;
     const Variant &variant = variant_of(plan, bytes, &result.is_untyped);
@@ -365,7 +368,7 @@ DecodedRecord decode_record(RecordPlan *plan, Bytes record, std::span<Value> val
     if (result.is_exact && (!plan->is_settled || plan->tested_end > size)) {
         size_t length = 0;
         result.is_exact = encode_row(plan, values, plan->image, &length).ok() && length == size &&
-                          std::memcmp(plan->image.data(), bytes, size) == 0;
+                          std::equal(bytes, bytes + size, plan->image.begin());
     }
     return result;
 }

@@ -223,7 +223,9 @@ bool DateField::parse(std::string_view text, DateTimeValue *out) const {
     return scanner.is_good() && scanner.rest().empty() && is_date(*out) && is_time(*out);
 }
 
+// What the conversion leaves as it is (half a character) is always the same.
 bool DateField::write(DateTimeValue value, std::vector<unsigned char> *out) const {
+    std::ranges::fill(*out, static_cast<unsigned char>(' '));
     const ZArgument dest = at(out->data());
     return Z4ConvertDateTime(&dest, &value, format_.c_str(), Z4_DATE_TO_FIELD, 0, 0) == 1;
 }
@@ -316,7 +318,7 @@ DateField::Decoded DateField::decode(const unsigned char *bytes, char *room, Val
     if (!decoded_.empty()) {
         memory = &decoded_[place_of(bytes, size, kRemembered)];
     }
-    if (!memory->is_used || std::memcmp(memory->bytes.data(), bytes, size) != 0) {
+    if (!memory->is_used || !std::equal(bytes, bytes + size, memory->bytes.begin())) {
         decode_anew(bytes, memory);
         if (!decoded_.empty()) {
             std::copy_n(bytes, size, memory->bytes.begin());

@@ -467,7 +467,9 @@ bool encode_by_host(const NumberField &field, const XfdCvtInfo &settings,
     text.bytes[0] = stored.is_negative ? '-' : '+';
     std::memset(text.bytes + 1, '0', digits);
     std::memcpy(text.bytes + 1 + digits - stored.n, stored.digits, stored.n);
+    // What the conversion leaves as it is (half a character) is always the same.
     unsigned char written[kMaxNumberBytes];
+    std::memset(written, ' ', size);
     const ZArgument source = text.argument(field.shape.scale);
     const ZArgument dest = at_address(field.data, written);
     if (ZconvertData(&dest, &source, 1, &settings) != 1) {

@@ -331,7 +331,8 @@ bool RecordPlan::holds_null_value(const FieldPlan &field, const unsigned char *r
 }
 
 bool RecordPlan::holds_null_bytes(const FieldPlan &field, const unsigned char *record) const {
-    return std::memcmp(record + field.offset, null_bytes.data() + field.null_at, field.size) == 0;
+    const auto first = null_bytes.begin() + field.null_at;
+    return std::equal(first, first + field.size, record + field.offset);
 }
 
 bool RecordPlan::encode_field(const FieldPlan &field, const Value &value,
