@@ -120,10 +120,10 @@ struct Need {
     std::string index_name;         // as the layout calls it
 };
 
-std::string listed(const std::vector<std::string> &names, bool is_quoted) {
+std::string quoted(const std::vector<std::string> &names) {
     std::string text;
     for (const std::string &name : names) {
-        text += (text.empty() ? "" : ", ") + (is_quoted ? Dialect::quote(name) : name);
+        text += (text.empty() ? "" : ", ") + Dialect::quote(name);
     }
     return text;
 }
@@ -542,7 +542,7 @@ void Matcher::match_key(const Need &need) {
     row.table = table.description.name;
     row.key = need.key;
     row.what = need.what;
-    row.columns = listed(need.names, false);
+    row.columns = need.names;
     row.is_unique = need.is_unique;
     for (size_t i = 0; has_columns && row.index.empty() && i < indexes.size(); i++) {
         if (indexes[i].columns == columns && agrees(need, i)) {
@@ -588,7 +588,7 @@ bool Matcher::agrees(const Need &need, size_t index) {
 std::string Matcher::problem_of(const Need &need, const std::vector<size_t> &columns) const {
     const TableDescription &table = tables_[need.table].description;
     std::string text = need.table == 0 ? "" : "table " + Dialect::quote(table.name) + ", ";
-    text += need.what + " (" + listed(need.names, true) + "): ";
+    text += need.what + " (" + quoted(need.names) + "): ";
 
     const auto is_prefix = [](const std::vector<size_t> &a, const std::vector<size_t> &b) {
         return a.size() < b.size() && std::equal(a.begin(), a.end(), b.begin());
@@ -661,7 +661,7 @@ std::string Matcher::statement_for(const Need &need) const {
         }
     }
     return text.append(verb) + Dialect::quote(need.index_name) + " ON " +
-           Dialect::quote(table.name) + " (" + listed(need.names, true) + ")";
+           Dialect::quote(table.name) + " (" + quoted(need.names) + ")";
 }
 
 }  // namespace

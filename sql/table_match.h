@@ -35,11 +35,11 @@ struct TableMatch {
     // their order, then the rows of the child tables.
     struct KeyRow {
         std::string table;
-        size_t key = TableLayout::kNone;  // index in TableLayout::keys; kNone: none of them
-        std::string what;                 // "key 1", "key 1, other rows", "record number" ...
-        std::string columns;              // that the index has to have, "A, B"
-        bool is_unique = true;            // that it has to be
-        std::string index;                // as the database calls it; empty: none
+        size_t key = TableLayout::kNone;   // index in TableLayout::keys; kNone: none of them
+        std::string what;                  // "key 1", "key 1, other rows", "record number" ...
+        std::vector<std::string> columns;  // that the index has to have, in order
+        bool is_unique = true;             // that it has to be
+        std::string index;                 // as the database calls it; empty: none
     };
     std::vector<ColumnRow> columns;
     std::vector<KeyRow> keys;

@@ -28,6 +28,7 @@ Action declare_load(CLI::App &app);
 Action declare_unload(CLI::App &app);
 Action declare_verify(CLI::App &app);
 Action declare_compare(CLI::App &app);
+Action declare_match(CLI::App &app);
 Action declare_errmap(CLI::App &app);
 Action declare_date(CLI::App &app);
 

@@ -38,6 +38,8 @@ constexpr CommandRow kCommands[] = {
     {"verify", "Say what the fields of a file hold and whether a table holds its records",
      tool::declare_verify},
     {"compare", "Compare two dictionaries item by item", tool::declare_compare},
+    {"match", "Say which columns and indexes of a database stand for fields and keys",
+     tool::declare_match},
     {"errmap", "Show an error-map file and what is wrong with it", tool::declare_errmap},
     {"date", "Convert a date field of a COBOL record to an ISO date, or back", tool::declare_date},
 };

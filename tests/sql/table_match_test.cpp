@@ -24,6 +24,14 @@ std::string numbered(const char *text, uint32_t n) {
     return std::string(text).append(std::to_string(n));
 }
 
+std::string joined(const std::vector<std::string> &names) {
+    std::string text;
+    for (const std::string &name : names) {
+        text.append(text.empty() ? "" : ", ").append(name);
+    }
+    return text;
+}
+
 class TableMatch : public TableTest {
  protected:
     void SetUp() override {
@@ -104,7 +112,7 @@ TEST_F(TableMatch, ATableThatLoadMadeMatches) {
               "customers.exact_record=/exact record\n");
     std::string keys;
     for (const sql::TableMatch::KeyRow &row : result.keys) {
-        keys += row.what + " " + row.columns + ": " + row.index + "\n";
+        keys += row.what + " " + joined(row.columns) + ": " + row.index + "\n";
     }
     EXPECT_EQ(keys,
               "key 1 ID: sqlite_autoindex_customers_1\n"
