@@ -148,7 +148,7 @@ class Matcher {
     void add_child_columns(const ChildTable &child, size_t table);
     void add_other_columns(size_t table);
     void add_own_column(size_t table, const std::string &name, const char *note, bool is_needed);
-    void check_rows_of_table();
+    void check_kind(size_t table);
     Status build_table();
     void match_columns();
 
@@ -185,7 +185,7 @@ Status Matcher::match(TableMatch *out) {
     if (status = copy_dictionary(); !status.ok()) {
         return status;
     }
-    check_rows_of_table();
+    check_kind(0);
     add_main_columns();
     for (size_t i = 0; i < layout_.children.size(); i++) {
         add_child_columns(layout_.children[i], i + 1);
@@ -314,15 +314,18 @@ std::string Matcher::match_name_of_column(size_t column) const {
     return match_name_of(layout_.columns[column].name);
 }
 
-void Matcher::check_rows_of_table() {
-    const TableDescription &description = tables_[0].description;
+void Matcher::check_kind(size_t table) {
+    const Table &in = tables_[table];
+    if (in.description.kind == TableDescription::Kind::kView ||
+        in.description.kind == TableDescription::Kind::kVirtual) {
+        const bool is_view = in.description.kind == TableDescription::Kind::kView;
+        problem(in.where + " is a " + (is_view ? "view" : "virtual table") +
+                ", which has no index; a table of its own rows would be right");
+        return;
+    }
     const bool has_number_column = layout_.record_number != TableLayout::kNone ||
                                    !connection_.dialect().row_number_declaration(layout_).empty();
-    if (description.kind != TableDescription::Kind::kTable) {
-        const bool is_view = description.kind == TableDescription::Kind::kView;
-        problem(std::string("it is a ") + (is_view ? "view" : "virtual table") +
-                ", which has no index; a table of its own rows would be right");
-    } else if (!has_number_column && !description.has_row_numbers) {
+    if (table == 0 && !has_number_column && !in.description.has_row_numbers) {
         problem(
             "its rows have no numbers, which say in what order they came; a table without "
             "\"WITHOUT ROWID\" would be right");
@@ -400,6 +403,7 @@ void Matcher::add_child_columns(const ChildTable &child, size_t table) {
                 " for a part of the record");
         return;
     }
+    check_kind(table);
     add_own_column(table, child.number_column, "number of the row", true);
     for (const std::string &name : child.subscript_columns) {
         add_own_column(table, name, "subscript", true);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -449,6 +450,85 @@ TEST_F(TableMatch, ViewsAndTablesWithoutRowNumbersAreProblems) {
               "\"WITHOUT ROWID\" would be right\n");
 }
 
+void in_table(XfdField &field, const char *table, std::initializer_list<uint16_t> subscripts) {
+    std::strncpy(field.fd_subtable, table, sizeof field.fd_subtable - 1);
+    field.fd_occurs_depth = static_cast<uint8_t>(subscripts.size());
+    std::ranges::copy(subscripts, field.fd_occurs_index);
+}
+
+// 01 NO, then ITEM and QTY three times in "lines", and NOTE in the secondary table.
+XfdBuilder orders() {
+    XfdBuilder builder("orders", 30);
+    builder.field({"NO", 0, 4, 1, 4}).key({false, {{0, 4}}});
+    for (uint16_t line = 1; line <= 3; line++) {
+        const uint32_t at = 4 + 7U * (line - 1U);
+        in_table(builder.field({"ITEM", at, 5, 16}).last_field(), "lines", {line});
+        in_table(builder.field({"QTY", at + 5, 2, 1, 2}).last_field(), "lines", {line});
+    }
+    builder.field({"NOTE", 25, 5, 16});
+    builder.last_field().fd_flags = XFD_FIELD_IN_SECONDARY_TABLE;
+    return builder;
+}
+
+TEST_F(TableMatch, ColumnsOfChildTablesStandForEveryOccurrence) {
+    XfdBuilder builder = orders();
+    const sql::TableLayout layout = layout_of(builder);
+    must_load(layout, {});
+    for (const char *extra : {"1", "0"}) {
+        ZCSetValueString("4GL_EXTRA_DB_COLS_OK", extra);
+        const sql::TableMatch result = match(layout);
+        EXPECT_EQ(result.problems, std::vector<std::string>());
+        std::string rows;
+        for (const sql::TableMatch::ColumnRow &row : result.columns) {
+            if (row.table != "orders") {
+                rows += row.table + "." + row.column + "=" + row.field + "/" + row.note + "\n";
+            }
+        }
+        EXPECT_EQ(rows,
+                  "lines.row_number=/number of the row\nlines.occurrence_1=/subscript\n"
+                  "lines.ITEM=ITEM(1) to ITEM(3)/\nlines.QTY=QTY(1) to QTY(3)/\n"
+                  "orders_secondary.row_number=/number of the row\norders_secondary.NOTE=NOTE/\n");
+        EXPECT_EQ(result.keys[0].what, "record number");
+        EXPECT_EQ(joined(result.keys[result.keys.size() - 2].columns), "row_number, occurrence_1");
+        EXPECT_EQ(result.keys.back().table, "orders_secondary");
+        EXPECT_NE(result.keys.back().index, "");
+    }
+}
+
+TEST_F(TableMatch, ChildTablesThatDifferAreProblems) {
+    struct Row {
+        const char *change;
+        const char *problems;
+    };
+    const Row rows[] = {
+        {"DROP TABLE lines", "the database has no table \"lines\" for a part of the record\n"},
+        {"ALTER TABLE lines DROP COLUMN QTY", "table \"lines\" has no column \"QTY\"\n"},
+        {"ALTER TABLE lines ADD COLUMN more",
+         "table \"lines\" has a column \"more\" that no field stands for, and "
+         "4GL_EXTRA_DB_COLS_OK is off\n"},
+        {"DROP TABLE lines; CREATE VIEW lines AS SELECT 1 AS row_number, 1 AS occurrence_1, 'x' "
+         "AS item, 1 AS qty",
+         "table \"lines\" is a view, which has no index; a table of its own rows would be right\n"},
+        {"DROP TABLE lines; CREATE TABLE lines (row_number, occurrence_1, ITEM, QTY, UNIQUE "
+         "(occurrence_1, row_number))",
+         "table \"lines\", rows of a record (\"row_number\", \"occurrence_1\"): index "
+         "\"sqlite_autoindex_lines_1\" has them in another order; CREATE UNIQUE INDEX "
+         "\"lines_rows\" ON \"lines\" (\"row_number\", \"occurrence_1\") would make it\n"},
+        {"DROP TABLE lines; CREATE TABLE lines (row_number, ITEM, QTY)",
+         "table \"lines\" has no column \"occurrence_1\" (subscript)\n"},
+    };
+    XfdBuilder builder = orders();
+    const sql::TableLayout layout = layout_of(builder);
+    ZCSetValueString("4GL_EXTRA_DB_COLS_OK", "0");
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.change);
+        TableTest::SetUp();
+        must_load(layout, {});
+        run(row.change);
+        EXPECT_EQ(problems(layout), row.problems);
+    }
+}
+
 // Random dictionaries: overlapping fields, every storage, every kind of file, any
 // key, names that the library holds for one.
 TEST_F(TableMatch, EveryTableThatLoadMakesMatches) {
@@ -461,6 +541,7 @@ TEST_F(TableMatch, EveryTableThatLoadMakesMatches) {
                                16, 17, 20, 22, 23, 24, 25, 30, 31, 32, 33, 35, 36, 40};
     const int kPages[] = {28591, 65001, 1252, 37, 437};
     size_t matched = 0;
+    size_t with_child_tables = 0;
     for (int round = 0; round < 400; round++) {
         SCOPED_TRACE(round);
         TableTest::SetUp();
@@ -478,6 +559,16 @@ TEST_F(TableMatch, EveryTableThatLoadMakesMatches) {
                            static_cast<uint8_t>(n),
                            static_cast<int8_t>(random() % 4 == 0 ? -1 : 0)});
             offset += random() % 4 == 0 ? 0 : n;
+        }
+        const uint32_t with_children = random() % 3;
+        for (uint16_t n = 1; with_children == 1 && n <= 1 + random() % 4; n++) {
+            const uint32_t at = random() % size;
+            in_table(builder.field({"A_B", at, 1, 16}).last_field(), "sub", {n});
+            in_table(builder.field({"A-B", at, 1, 1, 1}).last_field(), "sub", {n});
+        }
+        if (with_children == 2) {
+            builder.field({"f1-x", 0, 1, 16});
+            builder.last_field().fd_flags = XFD_FIELD_IN_SECONDARY_TABLE;
         }
         for (uint32_t k = random() % 6; k > 0; k--) {
             KeyRow key{random() % 2 == 0, {}};
@@ -500,8 +591,10 @@ TEST_F(TableMatch, EveryTableThatLoadMakesMatches) {
             ASSERT_EQ(problems(layout), "");
         }
         matched++;
+        with_child_tables += layout.children.empty() ? 0 : 1;
     }
     EXPECT_GT(matched, 200U);
+    EXPECT_GT(with_child_tables, 50U);
 }
 
 TEST_F(TableMatch, RefusedMemoryIsAStatus) {
