@@ -63,7 +63,7 @@ size_t InputFile::refill(size_t bytes) {
     memmove(buffer_.get(), data_, ready);
     data_ = buffer_.get();
     while (ready < bytes) {
-        InterruptGuard::check("nothing was loaded");
+        InterruptGuard::check();
         const ssize_t n = read(descriptor_, buffer_.get() + ready, capacity_ - ready);
         if (n < 0 && errno == EINTR) {
             continue;  // to the check: a pipe may have nothing to give for ever

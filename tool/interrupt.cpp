@@ -14,6 +14,7 @@ constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t signal_seen = 0;
 sql::Connection *volatile running_connection = nullptr;
+const char *outcome_of_run = "";
 
 void on_signal(int number) {
     signal_seen = number;
@@ -24,9 +25,10 @@ void on_signal(int number) {
 
 }  // namespace
 
-InterruptGuard::InterruptGuard(sql::Connection *connection) {
+InterruptGuard::InterruptGuard(sql::Connection *connection, const char *outcome) {
     static_assert(std::size(kSignals) == sizeof old_ / sizeof old_[0]);
     running_connection = connection;
+    outcome_of_run = outcome;
     struct sigaction action = {};
     action.sa_handler = on_signal;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
@@ -48,6 +50,10 @@ InterruptGuard::~InterruptGuard() {
 
 bool InterruptGuard::is_set() {
     return signal_seen != 0;
+}
+
+void InterruptGuard::check() {
+    check(outcome_of_run);
 }
 
 void InterruptGuard::check(const char *outcome) {

@@ -16,13 +16,16 @@ namespace tool {
 // which the database's journal survives.  One at a time.
 class InterruptGuard {
  public:
-    explicit InterruptGuard(sql::Connection *connection);
+    // `connection` may be null.  `outcome` says what a run that is given up leaves
+    // behind ("nothing was loaded"); it stays.
+    InterruptGuard(sql::Connection *connection, const char *outcome);
     ~InterruptGuard();
     InterruptGuard(const InterruptGuard &) = delete;
     InterruptGuard &operator=(const InterruptGuard &) = delete;
 
     static bool is_set();
-    // Throws Failure when a signal has come; `outcome` says what is left behind.
+    // Throws Failure with the outcome, or another, when a signal has come.
+    static void check();
     static void check(const char *outcome);
 
  private:

@@ -43,7 +43,7 @@ std::string counted(uint64_t n, const char *one, const char *many) {
 }
 
 [[noreturn]] void fail(const Options &options, const sql::Status &status) {
-    InterruptGuard::check(kNothingLoaded);
+    InterruptGuard::check();
     std::string text = options.data_file + ": " + status.text() + "; " + kNothingLoaded;
     const bool refused = status.kind() == sql::ErrorKind::kDuplicate ||
                          status.kind() == sql::ErrorKind::kConstraint ||
@@ -129,7 +129,7 @@ int load(const Options &options) {
         load_options.on_reject = [&](const sql::Rejection &r) { return rejects->add(r); };
     }
 
-    const InterruptGuard guard(&database.connection());
+    const InterruptGuard guard(&database.connection(), kNothingLoaded);
     Progress progress("loading", options.quiet);
     std::unique_ptr<sql::TableLoader> loader;
     sql::Status status =
@@ -142,7 +142,7 @@ int load(const Options &options) {
     uint64_t records = 0;
     while (status.ok() && reader.next(record)) {
         status = loader->add(record.number, record.bytes);
-        InterruptGuard::check(kNothingLoaded);
+        InterruptGuard::check();
         progress.update(++records, reader.position(), reader.size());
     }
     sql::LoadSummary summary;

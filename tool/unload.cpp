@@ -63,7 +63,7 @@ int unload(const Options &options) {
     open_options.create = false;
     open_options.read_only = true;
     Database database(options.database, open_options);
-    const InterruptGuard guard(&database.connection());
+    const InterruptGuard guard(&database.connection(), kNothingWritten);
     Progress progress("unloading", options.quiet);
     const uint64_t rows = progress.is_shown() ? count_rows(database.connection(), layout.table) : 0;
 
@@ -76,7 +76,7 @@ int unload(const Options &options) {
     uint64_t records = 0;
     for (bool found = true;;) {
         status = reader->next(&record, &found);
-        InterruptGuard::check(kNothingWritten);
+        InterruptGuard::check();
         if (!status.ok()) {
             throw Failure("--db " + options.database + ": table " + layout.table + ": " +
                           status.text() + "; " + kNothingWritten);

@@ -53,7 +53,7 @@ void refuse_pipe(const std::string &file) {
 
 void check_table(const sql::Status &status, const Options &options,
                  const sql::TableLayout &layout) {
-    InterruptGuard::check(kUnfinished);
+    InterruptGuard::check();
     check(status, "--db " + options.database + ": table " + layout.table);
 }
 
@@ -72,7 +72,7 @@ bool verify_fields(const Options &options, const sql::TableLayout &layout, const
         if (key_order) {
             key_order->add(record.bytes);
         }
-        InterruptGuard::check(kUnfinished);
+        InterruptGuard::check();
         progress.update(fields.records(), reader.position(), reader.size());
     }
     return key_order && key_order->holds();
@@ -105,7 +105,7 @@ int verify(const Options &options) {
         open_options.read_only = true;
         database.emplace(options.database, open_options);
     }
-    const InterruptGuard guard(database ? &database->connection() : nullptr);
+    const InterruptGuard guard(database ? &database->connection() : nullptr, kUnfinished);
     std::unique_ptr<sql::TableReader> table;
     if (database) {
         // That the table is not there need not wait for the end of the file.

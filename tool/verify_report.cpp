@@ -106,11 +106,12 @@ void print_differences(std::ostream &out, const TableVerifier &table) {
 void print_table_summary(std::ostream &out, const VerifyReport &report) {
     const TableVerifier &table = *report.table;
     out << counted(table.same_records(), "record is", "records are") << " the same in table "
-        << without_controls(report.layout.table) << " of " << report.database;
+        << without_controls(report.layout.table) << " of " << report.database << ", matched by "
+        << (table.is_by_number() ? "number" : "primary key");
     for (size_t i = 0; i < kDifferences; i++) {
         const auto difference = static_cast<Difference>(i);
         if (table.count(difference) != 0) {
-            out << ", " << table.count(difference) << ' ' << in_words(difference);
+            out << "; " << table.count(difference) << ' ' << in_words(difference);
         }
     }
     out << '\n';
@@ -155,6 +156,7 @@ Json table_json(const VerifyReport &report) {
     const TableVerifier &table = *report.table;
     Json json = {{"database", report.database},
                  {"table", report.layout.table},
+                 {"matched_by", table.is_by_number() ? "number" : "primary key"},
                  {"same", table.same_records()}};
     for (size_t i = 0; i < kDifferences; i++) {
         json[in_words(static_cast<Difference>(i))] = table.count(static_cast<Difference>(i));

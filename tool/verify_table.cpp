@@ -24,7 +24,7 @@ TableVerifier::TableVerifier(const sql::TableLayout &layout, size_t key, size_t 
       values_(codec_.value_count()),
       texts_(codec_.text_capacity()),
       states_(codec_.value_count()) {
-    if (key != sql::TableReader::kRecordOrder) {
+    if (!is_by_number()) {
         file_key_.resize(codec_.key_length(key));
         row_key_.resize(codec_.key_length(key));
     }
@@ -51,7 +51,7 @@ sql::Status TableVerifier::next_row(sql::TableReader &table) {
             note(std::move(place));
             continue;
         }
-        if (status.ok() && has_row_ && key_ != sql::TableReader::kRecordOrder) {
+        if (status.ok() && has_row_ && !is_by_number()) {
             codec_.key_bytes(key_, row_.bytes, row_key_.data());
         }
         return status;
@@ -60,7 +60,7 @@ sql::Status TableVerifier::next_row(sql::TableReader &table) {
 
 // Negative: the row comes before the record; 0: it is the record's.
 int TableVerifier::order_of_row(const Record &record) {
-    if (key_ == sql::TableReader::kRecordOrder) {
+    if (is_by_number()) {
         return row_.number < record.number ? -1 : row_.number > record.number;
     }
     codec_.key_bytes(key_, record.bytes, file_key_.data());
@@ -102,7 +102,7 @@ sql::Status TableVerifier::end(sql::TableReader &table) {
         status = next_row(table);
     }
     // Rows that make no record are met when the table is read, a step ahead.
-    if (key_ == sql::TableReader::kRecordOrder) {
+    if (is_by_number()) {
         std::ranges::stable_sort(places_, {}, &TablePlace::record);
     }
     return status;

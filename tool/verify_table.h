@@ -49,6 +49,7 @@ class TableVerifier {
     sql::Status add(sql::TableReader &table, const Record &record);
     sql::Status end(sql::TableReader &table);
 
+    [[nodiscard]] bool is_by_number() const { return key_ == sql::TableReader::kRecordOrder; }
     [[nodiscard]] uint64_t same_records() const { return same_; }
     [[nodiscard]] uint64_t count(Difference difference) const {
         return counts_[static_cast<size_t>(difference)];
