@@ -182,7 +182,7 @@ void Cat::print_one(const Record &record, uint64_t offset) {
     const sql::DecodedRecord decoded = codec_.decode(record.bytes, values_, texts_, states_);
     bool has_illegal = false;
     for (const sql::FieldState state : states_) {
-        has_illegal |= state >= sql::FieldState::kSpaces;
+        has_illegal |= is_illegal(state);
     }
     counts_.illegal += has_illegal ? 1 : 0;
     counts_.untyped += decoded.is_untyped ? 1 : 0;

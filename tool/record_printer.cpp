@@ -48,11 +48,10 @@ bool is_other_text(uint16_t type) {
 
 }  // namespace
 
-std::string_view text_of(const PrintedField &field, const PrintedRecord &record,
-                         std::string &room) {
+std::string_view padded_text_of(const PrintedField &field, const PrintedRecord &record,
+                                std::string &room) {
     const std::string_view text = record.values[field.index].as_text();
-    // A record in which a text leaves low-values out is not exact.
-    if (record.is_exact || is_other_text(field.field->data.a_type)) [[likely]] {
+    if (is_other_text(field.field->data.a_type)) {
         return text;
     }
     const sql::Bytes bytes = bytes_of(field, record);
@@ -168,8 +167,7 @@ void fill_without_value(const PrintedField &field, const PrintedRecord &record, 
 
 void fill_cell(const PrintedField &field, const PrintedRecord &record, Cell &cell) {
     cell.text.clear();
-    cell.kind = illegal_in_words(record.states[field.index]) != nullptr ? CellKind::kIllegal
-                                                                        : CellKind::kValue;
+    cell.kind = is_illegal(record.states[field.index]) ? CellKind::kIllegal : CellKind::kValue;
     const Value &value = record.values[field.index];
     char text[32];
     switch (value.kind()) {

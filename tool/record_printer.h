@@ -72,7 +72,17 @@ std::unique_ptr<RecordPrinter> make_field_printer(RecordOutput &output,
                                                   std::vector<PrintedField> fields,
                                                   bool has_colour);
 
-// "spaces", "no number" ... of an illegal state; null for all others.
+// Whether a field holds what is no value of it.
+constexpr bool is_illegal(sql::FieldState state) {
+    return state > sql::FieldState::kBehindEnd;
+}
+static_assert(!is_illegal(sql::FieldState::kOrdinary) && !is_illegal(sql::FieldState::kNullValue) &&
+              !is_illegal(sql::FieldState::kAbsent) && is_illegal(sql::FieldState::kSpaces) &&
+              is_illegal(sql::FieldState::kLowValues) && is_illegal(sql::FieldState::kHighValues) &&
+              is_illegal(sql::FieldState::kBadNumber) && is_illegal(sql::FieldState::kBadDate) &&
+              is_illegal(sql::FieldState::kBadText));
+
+// "spaces", "bad number" ... of an illegal state; null for all others.
 const char *illegal_in_words(sql::FieldState state);
 
 // The bytes of a field as far as the record goes.
@@ -80,7 +90,14 @@ sql::Bytes bytes_of(const PrintedField &field, const PrintedRecord &record);
 
 // The text of a field of type kText.  Its value leaves out the low-values that pad
 // it with the blanks among them; here they are back, in `room`, as U+0000 and blanks.
-std::string_view text_of(const PrintedField &field, const PrintedRecord &record, std::string &room);
+std::string_view padded_text_of(const PrintedField &field, const PrintedRecord &record,
+                                std::string &room);
+inline std::string_view text_of(const PrintedField &field, const PrintedRecord &record,
+                                std::string &room) {
+    // A record in which a text leaves low-values out is not exact.
+    return record.is_exact ? record.values[field.index].as_text()
+                           : padded_text_of(field, record, room);
+}
 
 // A finite number in the fewest digits that read back as the same one, of single
 // precision where the field is; "inf" and "-inf".

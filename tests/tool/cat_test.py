@@ -311,6 +311,158 @@ class Choice(Cat):
         self.assertEqual(self.ids("--records", "4"), ["30 A"])
 
 
+class Keys(Cat):
+    def ids(self, *arguments):
+        return ",".join(" ".join(row) for row in self.csv_rows("--fields", "id,kind", *arguments)[1:])
+
+    def test_ranges_of_the_primary_key(self):
+        for text, expected in (
+                ("2", "2 B,2 C"), ("2,B", "2 B"), ("2,C..30,A", "2 C,30 A"), ("..2", "1 A,2 B,2 C"),
+                ("2,C..", "2 C,30 A"), ("..", "1 A,2 B,2 C,30 A"), ("3..29", ""), ("30..1", ""),
+                ('2,"B".."0030"', "2 B,2 C,30 A"), ('2,""..2,B', "2 B")):
+            with self.subTest(key=text):
+                self.assertEqual(self.ids("--key", text), expected)
+
+    def test_another_key(self):
+        self.assertEqual(self.ids("--key-number", "1", "--key", "A..B"), "1 A,2 B,30 A")
+
+    def test_quotes_hold_commas_points_and_quotes(self):
+        self.write("test.xfd", dictionary(["3,16,0,0,0,0,5,ID"], 12,
+                                          keys=[(((3, 0),), ("ID",))]))
+        self.write("data", b"a,b" + b"c.." + b'"d ')
+        for text, number in (('"a,b"', "1"), ('"c.."', "2"), ('"""d"', "3"), ('b.."c.."', "2")):
+            with self.subTest(key=text):
+                self.assertEqual(self.cat("--key", text, "--format", "fields").split(" ")[1],
+                                 number)
+
+    def test_every_type_of_column(self):
+        for field, low, high in (
+                ("2,9,3,0,0,0,5,ID", (packed(7, 3), "7"), (packed(400, 3), "400")),
+                ("4,11,9,-2,0,0,5,ID", (struct.pack(">i", 125), "1.25"),
+                 (struct.pack(">i", 12500), "125.00")),
+                ("8,1,8,0,1,0,5,ID,YYYYMMDD", (b"20240229", "2024-02-29"),
+                 (b"20240301", "2024-03-01")),
+                ("3,23,0,0,0,0,5,ID", (b"\0\xab\1", "00AB01"), (b"\0\xab\2", "00ab02"))):
+            with self.subTest(field=field):
+                size = int(field.split(",")[0])
+                self.write("test.xfd", dictionary([field], 12, keys=[(((size, 0),), ("ID",))]))
+                self.write("data", low[0] + high[0])
+                for key, records in ((low[1], [1]), (high[1] + "..", [2]), ("..%s" % high[1], [1, 2]),
+                                     ("%s..%s" % (low[1], high[1]), [1, 2])):
+                    output = self.cat("--key", key, "--format", "fields")
+                    self.assertEqual([int(line.split(" ")[1]) for line in output.splitlines()
+                                      if line.startswith("record")], records)
+
+    def test_mistakes(self):
+        for arguments, text in (
+                (("--key", "x"), '--key x: column "id" holds'),
+                (("--key", "12345"), '--key 12345: column "id" holds'),
+                (("--key", "1,A,2"), "--key 1,A,2: has 3 values; the key has 2 columns"),
+                (("--key", "1..2..3"), '--key 1..2..3: has ".." twice'),
+                (("--key", '"1'), '--key "1: a double quote is not closed'),
+                (("--key", "1", "--key-number", "2"),
+                 "--key-number 2: the file's last key is number 1")):
+            with self.subTest(arguments=arguments):
+                self.assertIn(text, self.refused(*arguments))
+        self.write("test.xfd", dictionary(["18,16,0,0,0,0,5,ID"]))
+        self.assertIn("the file has no keys; --records chooses by number",
+                      self.refused("--key", "1"))
+
+
+class Conditions(Cat):
+    """Records of three kinds: 1 holds for A, 2 for B, 3 for either, 4 for no other."""
+
+    FIELDS = ["1,16,0,0,0,0,5,KIND", "3,1,3,0,0,1,5,COUNT", "0,16,0,0,0,0,5,NONE"]
+    RULES = ("1,1,KIND,A", "2,1,KIND,B", "3,9,1,2", "4,3,KIND")
+
+    def setUp(self):
+        super().setUp()
+        lines = dictionary(self.FIELDS, conditions=self.RULES).split("\n")
+        # The fields of the conditions share their bytes.
+        lines[-2:] = ["1,3,16,0,0,0,2,5,WORD", "1,3,16,0,0,0,3,5,BOTH", ""]
+        text = "\n".join(lines).replace("3,3,3,3", "4,4,4,4")
+        self.write("test.xfd", text)
+        self.write("data", b"A042" + b"Bxyz" + b"C   " + b"Ax,y")
+
+    def test_csv(self):
+        self.assertEqual(self.cat("--format", "csv"),
+                         "kind,count,word,both\nA,42,,042\nB,,xyz,xyz\nC,,,\n"
+                         'A,hex:782C79,,"x,y"\n')
+
+    def test_json_leaves_out_what_does_not_exist(self):
+        self.assertEqual(self.cat("--format", "json"),
+                         '{"kind":"A","count":42,"both":"042"}\n'
+                         '{"kind":"B","word":"xyz","both":"xyz"}\n{"kind":"C"}\n'
+                         '{"kind":"A","count":{"illegal":"bad number","hex":"782C79"},'
+                         '"both":"x,y"}\n')
+
+    def test_table(self):
+        self.assertEqual(self.cat("--format", "table"),
+                         "#  kind                count  word  both\n"
+                         "1  A                      42        042\n"
+                         "2  B" + " " * 26 + "xyz   xyz\n"
+                         "3  C\n"
+                         "4  A     <bad number 782C79>        x,y\n")
+
+    def test_fields(self):
+        self.assertEqual(self.cat("--format", "fields"),
+                         "record 1 at byte 0, conditions 1 and 3\n  kind  = A\n  count = 42\n"
+                         "  both  = 042\n"
+                         "record 2 at byte 4, conditions 2 and 3\n  kind  = B\n  word  = xyz\n"
+                         "  both  = xyz\n"
+                         "record 3 at byte 8, condition 4\n  kind  = C\n"
+                         "record 4 at byte 12, conditions 1 and 3\n  kind  = A\n"
+                         "  count = <bad number 782C79>\n  both  = x,y\n")
+
+    def test_where_a_condition_holds(self):
+        for condition, kinds in (("1", "AA"), ("2", "B"), ("3", "ABA"), ("4", "C"), ("0", "ABCA")):
+            with self.subTest(condition=condition):
+                rows = self.csv_rows("--fields", "kind", "--where-condition", condition)[1:]
+                self.assertEqual("".join(row[0] for row in rows), kinds)
+        for condition in ("5", "-1"):
+            self.assertIn("--where-condition %s: the file has conditions 1 to 4" % condition,
+                          self.refused("--where-condition=" + condition))
+
+    def test_the_summary_counts_illegal_data_and_records_of_no_kind(self):
+        self.assertEqual(self.run_tool("test", "data").stderr.decode(),
+                         "data: 4 records, 1 with illegal data\n")
+        self.write("test.xfd", dictionary(["1,16,0,0,0,0,5,KIND"], conditions=("1,1,KIND,A",)))
+        self.write("data", b"ABA")
+        self.assertEqual(self.run_tool("test", "data").stderr.decode(),
+                         "data: 3 records, 1 for which no condition holds\n")
+
+
+class Nulls(Cat):
+    def test_dates(self):
+        self.write("test.xfd", dictionary(["8,1,8,0,1,0,5,BORN,YYYYMMDD", "6,1,6,0,1,0,5,AT,HHNNSS"]))
+        self.write("data", b"20240229235959" + b"00000000010203" + b"20230229246060" +
+                   b" " * 14 + b"\0" * 14)
+        self.assertEqual(self.json_rows()[:2], [{"born": "2024-02-29", "at": "23:59:59"},
+                                                {"born": None, "at": "01:02:03"}])
+        self.assertEqual(self.csv_rows()[1:4],
+                         [["2024-02-29", "23:59:59"], ["", "01:02:03"],
+                          ["hex:" + b"20230229".hex(), "hex:" + b"246060".hex()]])
+        lines = self.cat("--format", "table").splitlines()
+        self.assertEqual(lines[2].split(), ["2", "<null>", "01:02:03"])
+        self.assertEqual(lines[3], "3  <bad date 3230323330323239>  <bad date 323436303630>")
+
+    def test_illegal_numbers(self):
+        self.write("test.xfd", dictionary(["3,1,3,0,0,0,5,N"]))
+        for contents, name in ((b"   ", "spaces"), (b"\0\0\0", "low-values"),
+                               (b"\xff\xff\xff", "high-values"), (b"1x2", "bad number 317832")):
+            with self.subTest(contents=contents):
+                self.write("data", contents)
+                self.assertEqual(self.cat("--format", "table").splitlines()[1], "1  <%s>" % name)
+                self.assertEqual(self.json_rows(),
+                                 [{"n": {"illegal": " ".join(name.split()[:2]) if "bad" in name
+                                         else name, "hex": contents.hex().upper()}}])
+
+    def test_a_whole_text_of_low_values(self):
+        self.write("test.xfd", dictionary(["3,16,0,0,0,0,5,T"]))
+        self.write("data", b"\0\0\0")
+        self.assertEqual(self.cat("--format", "csv"), "t\nhex:000000\n")
+
+
 class Files(Cat):
     FIELDS = ["1,1,1,0,0,0,5,N", "3,16,0,0,0,0,5,T"]
 
