@@ -19,6 +19,7 @@ import tempfile
 import unittest
 
 WBFSI = ""
+csv.field_size_limit(1 << 20)  # of the reader that checks; the tool has none
 
 
 def dictionary(fields, file_type=4, size=0, smallest=None, keys=(), conditions=(), encoding=0):
@@ -201,6 +202,19 @@ class EveryByte(Cat):
 
         self.assertEqual([from_json(row["text"]) for row in self.json_rows()], expected)
 
+    def test_texts_of_any_length(self):
+        for size in [1, 2, *range(14, 19), 31, 32, 33, 4080, 4081, 4082, 4096, 65535, 65536, 65537, 200000]:
+            for last in (b"x", b",", b'"', b"\xe9"):
+                with self.subTest(size=size, last=last):
+                    self.write("test.xfd", dictionary(["%d,16,0,0,0,0,5,T" % size,
+                                                       "3,23,0,0,0,0,5,B"]))
+                    text = b"a" * (size - 1) + last
+                    self.write("data", text + b"\1\2\3" + text[::-1] + b"\3\2\1")
+                    shown = text.decode("latin-1")
+                    self.assertEqual(self.csv_rows()[1:],
+                                     [[shown, "010203"], [shown[::-1], "030201"]])
+                    self.assertEqual([row["t"] for row in self.json_rows()], [shown, shown[::-1]])
+
     def test_bytes_without_a_character_are_illegal(self):
         self.write("test.xfd", dictionary(["4,16,0,0,0,0,5,TEXT"]))
         self.write("data", b"a\xffb " + "\u00e9\u20ac".encode("utf-8")[:4] + b"\xc3\xa9  ")
@@ -264,6 +278,51 @@ class Storages(Cat):
                 self.write("data", contents)
                 self.assertEqual(self.csv_rows(), [["a"], [in_csv]])
                 self.assertEqual(self.json_rows(), [{"a": in_json}])
+
+
+    def test_what_is_no_number(self):
+        self.write("test.xfd", dictionary(["8,23,0,0,0,0,5,R", "6,24,0,0,0,0,5,N"]))
+        self.write("data", struct.pack("<d", float("nan")) + b"a\0\0\xd8 \0")
+        self.assertEqual(self.cat("--format", "json"),
+                         '{"r":{"illegal":"bad number","hex":"000000000000F87F"},'
+                         '"n":{"illegal":"bad text","hex":"610000D82000"}}\n')
+        self.assertEqual(self.cat("--format", "csv"),
+                         "r,n\nhex:000000000000F87F,hex:610000D82000\n")
+
+
+class SubTables(Cat):
+    """Fields of a table of their own stand beside the others, with their subscripts."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("test.xfd", """\
+XFD,06,ORDERS,ORDERS,4
+10,10,0
+0,18,46,44,0
+0
+3,5,3,5
+0,2,16,0,0,0,0,5,ID
+90001,2,4,"START OCCURS",LINES
+2,2,16,0,0,0,0,5,ITEM
+90001,2,1,"START OCCURS",SIZES
+4,1,16,0,0,0,0,5,S
+90002,"END OCCURS"
+90002,"END OCCURS"
+""".replace("3,5,3,5", "3,7,3,7"))
+        self.write("data", b"aa11xy22zu")
+
+    def test_names_have_subscripts(self):
+        self.assertEqual(self.cat("--format", "json"),
+                         '{"id":"aa","item(1)":"11","item(2)":"22","s(1,1)":"x","s(1,2)":"y",'
+                         '"s(2,1)":"z","s(2,2)":"u"}\n')
+        self.assertEqual(self.csv_rows()[0], ["id", "item(1)", "item(2)", "s(1,1)", "s(1,2)",
+                                              "s(2,1)", "s(2,2)"])
+
+    def test_a_name_without_subscripts_means_all(self):
+        self.assertEqual(self.cat("--fields", "S(1,2),item"),
+                         '"s(1,2)",item(1),item(2)\ny,11,22\n')
+        self.assertIn('there is no field "item(3)"; there is item(1), item(2)',
+                      self.refused("--fields", "item(3)"))
 
 
 class Choice(Cat):

@@ -100,7 +100,7 @@ class Tool(unittest.TestCase):
 
 class Usage(Tool):
     def test_every_command_has_help_and_version(self):
-        for command in ([], ["show"], ["locate"], ["ddl"], ["load"], ["unload"], ["compare"], ["errmap"], ["date"]):
+        for command in ([], ["show"], ["locate"], ["ddl"], ["cat"], ["load"], ["unload"], ["compare"], ["errmap"], ["date"]):
             with self.subTest(command=command):
                 help_text = self.run_tool(*command, "--help")
                 self.assertEqual((help_text.returncode, help_text.stderr), (0, ""))
