@@ -142,6 +142,14 @@ class Match(cli_test.Tool):
         self.expect(["match", "plain", "--db", self.DB], 1, "",
                     'wbfsi match: --db sqlite:test.db: the database has no table "PLAIN"\n')
 
+    def test_help_and_mistakes(self):
+        result = self.run_tool("match", "--help")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn("--format FORMAT", result.stdout)
+        self.expect(self.match("--format", "x"), 2, "",
+                    'wbfsi match: --format: x not in {table,json}; "wbfsi match --help" shows the '
+                    'usage\n')
+
     def test_no_database_and_no_dictionary(self):
         before = self.files()
         result = self.run_tool("match", "people", "--db", "sqlite:none.db")
