@@ -21,17 +21,6 @@ struct DefaultFormat {
 };
 constexpr DefaultFormat kDefaultFormats[] = {{6, "YYMMDD"}, {8, "YYYYMMDD"}};
 
-// Units from the greatest to the smallest and the letters that each takes; a day
-// of the year stands for month and day.
-struct Unit {
-    char letter;
-    size_t least;
-    size_t most;
-    int rank;
-};
-constexpr Unit kUnits[] = {{'Y', 4, 4, 0}, {'M', 2, 2, 1}, {'D', 2, 2, 2}, {'E', 3, 3, 2},
-                           {'H', 2, 2, 3}, {'N', 2, 2, 4}, {'S', 2, 2, 5}, {'T', 1, 6, 6}};
-
 }  // namespace
 
 std::string date_format_of(const XfdField &field) {
@@ -62,22 +51,12 @@ std::optional<DateColumn> date_column_of(const XfdField &field) {
                       static_cast<uint8_t>(std::min(decimals, kMaxSecondDecimals))};
 }
 
-bool sorts_by_digits(std::string_view date_format) {
-    int rank = -1;
-    bool has_month = false;
-    while (!date_format.empty()) {
-        const auto *const unit = std::ranges::find(kUnits, date_format.front(), &Unit::letter);
-        const size_t run =
-            std::min(date_format.find_first_not_of(date_format.front()), date_format.size());
-        if (unit == std::end(kUnits) || unit->rank <= rank || run < unit->least ||
-            run > unit->most || (unit->letter == 'E' && has_month)) {
-            return false;
-        }
-        has_month = has_month || unit->letter == 'M';
-        rank = unit->rank;
-        date_format.remove_prefix(run);
+bool sorts_by_digits(std::string_view date_format, const DateColumn &column) {
+    std::string digits = column.type == ColumnType::kTime ? "" : "YYYYMMDD";
+    if (column.type != ColumnType::kDate) {
+        digits.append("HHNNSS").append(column.decimals, 'T');
     }
-    return rank >= 0;
+    return date_format == digits;
 }
 
 }  // namespace sql

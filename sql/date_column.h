@@ -28,9 +28,9 @@ struct DateColumn {
 // date, or one whose format tells neither date nor time or is none.
 std::optional<DateColumn> date_column_of(const XfdField &field);
 
-// Whether dates of a format sort by their digits: from the greatest unit to the
-// smallest, each in the width that all its values take, the year with its century.
-bool sorts_by_digits(std::string_view date_format);
+// Whether a field of that format has the digits of the column's text, in their
+// order: only then do its dates sort by their digits.
+bool sorts_by_digits(std::string_view date_format, const DateColumn &column);
 
 }  // namespace sql
 

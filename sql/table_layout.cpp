@@ -262,7 +262,8 @@ Status LayoutMaker::add_child_field(const XfdField &field, Column column, Field 
 bool LayoutMaker::sorts_as_bytes(const Field &field) const {
     const FieldShape shape = shape_of(field.data);
     if (is_date(field.type) &&
-        (!sorts_by_digits(date_format_of(xfd_.x_fdesc[field.slot])) || shape.scale != 0)) {
+        (shape.scale != 0 || !sorts_by_digits(date_format_of(xfd_.x_fdesc[field.slot]),
+                                              {field.type, field.decimals}))) {
         return false;
     }
     if (shape.is_number) {

@@ -8,23 +8,17 @@
 #include "sql/table_reader.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "sql/child_rows.h"
 #include "sql/record_codec.h"
 #include "sql/table_columns.h"
+#include "sql/table_match.h"
 
 namespace sql {
 namespace {
-
-bool same_name(std::string_view a, std::string_view b) {
-    return std::ranges::equal(
-        a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
-}
 
 struct LooseRow {
     std::string key;  // compares as memcmp
@@ -72,7 +66,7 @@ class Reader final : public TableReader {
     Status next(RecordView *record, bool *found) override;
 
  private:
-    Status check_columns();
+    Status match();
     Status open_stream(const std::string &condition);
     Status open_loose_stream(const std::string &condition);
     Status fetch(Stream &stream);
@@ -102,7 +96,7 @@ Status Reader::start() {
         }
         has_begun_ = true;
     }
-    if (Status status = check_columns(); !status.ok()) {
+    if (Status status = match(); !status.ok()) {
         return status;
     }
     connection_.expect_bulk(true);
@@ -137,31 +131,11 @@ Status Reader::start() {
     return status;
 }
 
-Status Reader::check_columns() {
-    std::vector<std::string> present;
-    if (Status status = connection_.table_columns(layout_.table, &present); !status.ok()) {
-        return status;
-    }
-    if (present.empty()) {
-        return {ErrorKind::kNoSuchTable,
-                "the database has no table " + Dialect::quote(layout_.table)};
-    }
-    std::string missing;
-    for (const Column &column : layout_.columns) {
-        const bool is_there = std::ranges::any_of(
-            present, [&](const std::string &name) { return same_name(name, column.name); });
-        if (column.role == ColumnRole::kExactRecord) {
-            has_exact_ = is_there;
-        } else if (!is_there) {
-            missing += (missing.empty() ? "" : ", ") + Dialect::quote(column.name);
-        }
-    }
-    if (!missing.empty()) {
-        return {ErrorKind::kMismatch, "the table " + Dialect::quote(layout_.table) +
-                                          " is not of this dictionary: it has no column " +
-                                          missing};
-    }
-    return {};
+Status Reader::match() {
+    TableMatch match;
+    Status status = match_table(connection_, layout_, &match);
+    has_exact_ = match.has_exact;
+    return status.ok() ? mismatch_of(layout_, match) : status;
 }
 
 Status Reader::open_stream(const std::string &condition) {

@@ -9,7 +9,8 @@
 //     while (s.ok() && (s = reader->next(&record, &found)).ok() && found) write(record.bytes);
 //
 // A record comes back as it was loaded, byte for byte; columns that were
-// changed by SQL since win over the bytes that were kept.
+// changed by SQL since win over the bytes that were kept.  Fields of child rows that
+// are not there are as in a blank record.
 #ifndef SQL_TABLE_READER_H
 #define SQL_TABLE_READER_H
 
@@ -36,9 +37,9 @@ class TableReader {
     static constexpr size_t kRecordOrder = SIZE_MAX;
 
     // `key` is an index in layout.keys or kRecordOrder.  The table may lack the
-    // column of exact records.  kNoSuchTable, kMismatch (names the columns that
-    // are missing), kUsage for a key that is not there.  The connection outlives
-    // the reader.
+    // column of exact records.  kNoSuchTable, kMismatch (table_match.h: names the
+    // columns and keys that differ, and why), kUsage for a key that is not there.
+    // The connection outlives the reader.
     static Status open(Connection &connection, const TableLayout &layout, size_t key,
                        std::unique_ptr<TableReader> *out);
 
@@ -47,7 +48,8 @@ class TableReader {
     // Next record; *found is false behind the last one.  Unsigned byte order of
     // the key; records of equal keys come in the order of insertion.
     // kBadRecord when a column holds what its field cannot (text too long, a
-    // number that does not fit): record, column and value are in the text, the
+    // number that does not fit), or a child table has a row for it that the
+    // dictionary does not have: record, column and value are in the text, the
     // record is passed over and reading can go on.
     virtual Status next(RecordView *record, bool *found) = 0;
 };

@@ -226,7 +226,8 @@ TEST_F(TableReader, WhatIsMissingIsToldByName) {
     std::unique_ptr<sql::TableReader> reader;
     EXPECT_EQ(sql::TableReader::open(*db_, layout, 0, &reader).kind(),
               sql::ErrorKind::kNoSuchTable);
-    run("CREATE TABLE t (A TEXT, key_1_bytes BLOB)");
+    run("CREATE TABLE t (A TEXT UNIQUE, key_1_bytes BLOB); "
+        "CREATE UNIQUE INDEX i ON t (key_1_bytes) WHERE key_1_bytes IS NOT NULL");
     const sql::Status status = sql::TableReader::open(*db_, layout, 0, &reader);
     EXPECT_EQ(status.kind(), sql::ErrorKind::kMismatch);
     EXPECT_EQ(status.text(), "the table \"t\" is not of this dictionary: it has no column \"b\"");
