@@ -71,7 +71,7 @@ class DateField {
  private:
     static constexpr size_t kMaxText = 26;
     static constexpr size_t kMaxBytes = 24;  // fields longer than this are not remembered
-    static constexpr size_t kRemembered = 128;
+    static constexpr size_t kRemembered = 1024;
 
     struct Memory {
         std::array<unsigned char, kMaxBytes> bytes{};

@@ -2,8 +2,6 @@
 #include "sql/record_plan.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <cstring>
 
 #include "host/config.h"
@@ -11,50 +9,6 @@
 
 namespace sql {
 namespace {
-
-FieldResult decode_float(const unsigned char *bytes, uint32_t size, Value *out) {
-    double number = 0;
-    uint64_t bits = 0;
-    if (size == 4) {
-        uint32_t bits4;
-        std::memcpy(&bits4, bytes, 4);
-        number = std::bit_cast<float>(bits4);
-        bits = bits4;
-    } else {
-        std::memcpy(&bits, bytes, 8);
-        number = std::bit_cast<double>(bits);
-    }
-    if (std::isnan(number)) {
-        return {};  // a database takes it for null
-    }
-    // Databases may give minus zero back without its sign.
-    *out = Value::real(number == 0 ? 0.0 : number);
-    return {number != 0 || bits == 0, false};
-}
-
-bool encode_float(const Value &value, unsigned char *out, uint32_t size) {
-    double number = 0;
-    if (value.kind() == Value::Kind::kReal) {
-        number = value.as_real();
-    } else if (value.kind() == Value::Kind::kInteger) {
-        number = static_cast<double>(value.as_integer());
-        if (std::abs(number) > 9007199254740992.0) {
-            return false;
-        }
-    } else {
-        return false;
-    }
-    if (size == 8) {
-        std::memcpy(out, &number, 8);
-        return true;
-    }
-    const auto narrow = static_cast<float>(number);
-    if (std::isinf(narrow) != std::isinf(number)) {
-        return false;
-    }
-    std::memcpy(out, &narrow, 4);
-    return true;
-}
 
 bool overlap(const Range &a, const Range &b) {
     return a.size > 0 && b.size > 0 && a.offset < b.offset + b.size && b.offset < a.offset + a.size;
@@ -70,28 +24,6 @@ bool is_text(Storage storage) {
 }
 
 }  // namespace
-
-std::string shown(const Value &value) {
-    switch (value.kind()) {
-        case Value::Kind::kInteger:
-            return std::to_string(value.as_integer());
-        case Value::Kind::kReal:
-            return std::to_string(value.as_real());
-        case Value::Kind::kText: {
-            constexpr size_t kMaxShown = 60;
-            const std::string_view text = value.as_text();
-            std::string out = "'";
-            for (const char c : text.substr(0, kMaxShown)) {
-                out += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
-            }
-            return out + (text.size() > kMaxShown ? "...'" : "'");
-        }
-        case Value::Kind::kBlob:
-            return "a blob of " + std::to_string(value.as_blob().size()) + " bytes";
-        default:
-            return "null";
-    }
-}
 
 RecordPlan::RecordPlan(const TableLayout &layout)
     : dictionary(layout.dictionary),
@@ -290,42 +222,6 @@ void RecordPlan::make_blank_values() {
     }
 }
 
-FieldResult RecordPlan::decode_field(const FieldPlan &field, const unsigned char *record,
-                                     char *texts, Value *out) {
-    const unsigned char *bytes = record + field.offset;
-    DecodedText text;
-    if (field.form == FieldPlan::Form::kDate) {
-        const DateField::Decoded date = dates[field.index].decode(bytes, texts + field.room, out);
-        return {date.is_canonical, date.sorts};
-    }
-    switch (field.storage) {
-        case Storage::kText:
-        case Storage::kTextRight:
-            text = code_page.decode({bytes, field.size}, field.storage == Storage::kTextRight,
-                                    texts + field.room);
-            break;
-        case Storage::kNational:
-        case Storage::kNationalRight:
-            text = decode_national({bytes, field.size}, field.storage == Storage::kNationalRight,
-                                   texts + field.room);
-            break;
-        case Storage::kFloat:
-            return decode_float(bytes, field.size, out);
-        case Storage::kBytes:
-            *out = Value::blob({bytes, field.size});
-            return {true, false};
-        default: {
-            const DecodedNumber number =
-                decode_number(numbers[field.index], settings, bytes, texts + field.room, out);
-            return {number.is_canonical, number.is_canonical && !number.is_negative};
-        }
-    }
-    if (text.is_valid) {
-        *out = Value::text(text.text);
-    }
-    return {text.is_canonical, text.sorts};
-}
-
 bool RecordPlan::holds_null_value(const FieldPlan &field, const unsigned char *record) {
     return Z4TestNullValue(&with_null_value[field.null_value], &settings, record) != 0;
 }
@@ -335,95 +231,8 @@ bool RecordPlan::holds_null_bytes(const FieldPlan &field, const unsigned char *r
     return std::equal(first, first + field.size, record + field.offset);
 }
 
-bool RecordPlan::encode_field(const FieldPlan &field, const Value &value,
-                              unsigned char *image_out) {
-    unsigned char *out = image_out + field.offset;
-    const std::span<unsigned char> room(out, field.size);
-    const bool is_text = value.kind() == Value::Kind::kText;
-    // The very bytes of the field.
-    if (value.kind() == Value::Kind::kBlob) [[unlikely]] {
-        if (value.as_blob().size() != field.size) {
-            return false;
-        }
-        std::ranges::copy(value.as_blob(), out);
-        return true;
-    }
-    if (field.form == FieldPlan::Form::kDate) {
-        return is_text && dates[field.index].encode(value.as_text(), out);
-    }
-    switch (field.storage) {
-        case Storage::kText:
-        case Storage::kTextRight: {
-            if (!is_text) {
-                return false;
-            }
-            const size_t n = code_page.encode(value.as_text(), room);
-            if (n == SIZE_MAX) {
-                return false;
-            }
-            const size_t padding = field.size - n;
-            if (field.storage == Storage::kTextRight) {
-                std::memmove(out + padding, out, n);
-                std::memset(out, code_page.blank(), padding);
-            } else {
-                std::memset(out + n, code_page.blank(), padding);
-            }
-            return true;
-        }
-        case Storage::kNational:
-        case Storage::kNationalRight: {
-            const size_t n = is_text ? encode_national(value.as_text(), room) : SIZE_MAX;
-            if (n == SIZE_MAX) {
-                return false;
-            }
-            const bool is_right = field.storage == Storage::kNationalRight;
-            const size_t padding = field.size - n;
-            if (is_right) {
-                std::memmove(out + padding, out, n);
-            }
-            constexpr uint16_t kBlank = ' ';
-            for (size_t i = 0; i < padding; i += sizeof kBlank) {
-                std::memcpy(out + (is_right ? 0 : n) + i, &kBlank, sizeof kBlank);
-            }
-            return true;
-        }
-        case Storage::kFloat:
-            return encode_float(value, out, field.size);
-        case Storage::kBytes:
-            return false;
-        default:
-            return encode_number(numbers[field.index], settings, value, out);
-    }
-}
-
 void RecordPlan::encode_null(const FieldPlan &field, unsigned char *image_out) const {
     std::copy_n(null_bytes.data() + field.null_at, field.size, image_out + field.offset);
-}
-
-Status RecordPlan::does_not_fit(const FieldPlan &field, const Value &value) {
-    const std::string held = "column \"" + names[field.column] + "\" holds " + shown(value) + ", ";
-    std::string room = std::to_string(field.size) + (field.size == 1 ? " byte" : " bytes");
-    if (field.form == FieldPlan::Form::kDate) {
-        return {ErrorKind::kBadRecord,
-                held + (value.kind() == Value::Kind::kText
-                            ? dates[field.index].refusal(value.as_text())
-                            : "which is not the text of a date nor " + room)};
-    }
-    if (field.is_number()) {
-        const FieldShape &shape = numbers[field.index].shape;
-        room = (shape.is_signed ? "a signed number of " : "an unsigned number of ") +
-               std::to_string(shape.digits) + " digits" +
-               (shape.scale < 0 ? ", " + std::to_string(-shape.scale) + " of them decimals" : "");
-    }
-    return {ErrorKind::kBadRecord, held + "which does not fit its field (" + room + ")"};
-}
-
-Status RecordPlan::does_not_exist(const FieldPlan &field, const Value &value) const {
-    return {ErrorKind::kBadRecord,
-            "column \"" + names[field.column] + "\" holds " + shown(value) + ", but condition " +
-                std::to_string(field.condition) +
-                " of the dictionary, under which it exists, does not hold for the record; it "
-                "must be null"};
 }
 
 }  // namespace sql

@@ -134,6 +134,15 @@ struct RecordPlan {
     std::vector<char> blank_texts_;  // of blank_values
 };
 
+// decode() and encode() of RecordCodec; *type is what the record turned out to be.
+DecodedRecord decode_record(RecordPlan *plan, Bytes record, std::span<Value> values, char *texts,
+                            std::span<FieldState> states, const Variant **type);
+Status encode_row(RecordPlan *plan, std::span<const Value> values, std::span<unsigned char> image,
+                  size_t *length);
+// encode_over(); `exact` is not longer than the record.
+Status encode_row_over(RecordPlan *plan, Bytes exact, std::span<const Value> values,
+                       std::span<unsigned char> image, size_t *length);
+
 // A value for a message.
 std::string shown(const Value &value);
 
