@@ -65,6 +65,15 @@ sql::TableLayout layout_without_keys(const sql::TableLayout &layout) {
     return copy;
 }
 
+// A table leaves out what does not fit a screen: no program is to read it.
+std::string format_of(const Options &options) {
+    if (!options.format.empty()) {
+        return options.format;
+    }
+    return isatty(STDOUT_FILENO) != 0 ? "table" : "csv";
+}
+
+// One run of the command.
 class Cat {
  public:
     explicit Cat(const Options &options);
@@ -86,7 +95,7 @@ class Cat {
     RecordReader reader_;
     NumberRanges numbers_;
     std::optional<KeyRange> key_range_;
-    std::optional<RecordConditions> conditions_;
+    std::optional<TrueConditions> conditions_;
     sql::RecordCodec codec_;
     unsigned char blank_;
     std::vector<sql::Value> values_;
@@ -101,9 +110,7 @@ Cat::Cat(const Options &options)
     : options_(options),
       dictionary_(load_dictionary(options.name, 0)),
       layout_(layout_of(options.name, *dictionary_, false)),
-      format_(!options.format.empty()      ? options.format
-              : isatty(STDOUT_FILENO) != 0 ? "table"
-                                           : "csv"),
+      format_(format_of(options)),
       reader_(options.data_file, options.shape.shape_of(options.name, *dictionary_)),
       numbers_(options.records),
       codec_(layout_without_keys(layout_)),
@@ -122,7 +129,7 @@ Cat::Cat(const Options &options)
             (conditions == 0 ? "no conditions" : "conditions 1 to " + std::to_string(conditions)));
     }
     if (conditions != 0 && (options.where_condition != 0 || format_ == "fields")) {
-        conditions_.emplace(*dictionary_, layout_.code_page);
+        conditions_.emplace(layout_);
     }
     printer_ = make_printer();
 }
@@ -165,7 +172,7 @@ bool Cat::is_wanted(const Record &record) {
     if (conditions_) {
         conditions_->evaluate(record.bytes);
     }
-    return options_.where_condition == 0 || conditions_->holds(options_.where_condition);
+    return options_.where_condition == 0 || conditions_->contain(options_.where_condition);
 }
 
 // Empty slots of a relative file, which the reader passes over, lie between the
@@ -196,7 +203,7 @@ void Cat::print_one(const Record &record, uint64_t offset) {
     printed.blank = blank_;
     if (conditions_) {
         printed.has_conditions = true;
-        printed.conditions = conditions_->that_hold();
+        printed.conditions = conditions_->numbers();
     }
     printer_->print(printed);
     counts_.printed++;
@@ -278,12 +285,14 @@ Action declare_cat(CLI::App &app) {
     app.add_option("--records", options->records,
                    "Print the records with these numbers: 10-20,35,100-")
         ->type_name("RANGES");
-    app.add_option("--key", options->key,
-                   "Print the records whose key is in this range, in the order of the key's bytes; "
-                   "values of several columns are separated by commas")
-        ->type_name("FROM..TO");
+    CLI::Option *key =
+        app.add_option("--key", options->key,
+                       "Print the records whose key is in this range, in the order of the key's "
+                       "bytes; values of several columns are separated by commas")
+            ->type_name("FROM..TO");
     app.add_option("--key-number", options->key_number,
                    "Key of --key, as \"wbfsi show\" numbers them (default 0)")
+        ->needs(key)
         ->type_name("NUMBER");
     app.add_option("--where-condition", options->where_condition,
                    "Print the records for which the condition holds")

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Which conditions of a dictionary hold for a record.
+// All conditions that hold for a record, by number.
 #ifndef TOOL_CAT_CONDITIONS_H
 #define TOOL_CAT_CONDITIONS_H
 
@@ -8,31 +8,27 @@
 #include <span>
 #include <vector>
 
+#include "sql/record_conditions.h"
+#include "sql/table_layout.h"
 #include "sql/value.h"
-#include "wbfsi/records.h"
 
 namespace tool {
 
-class RecordConditions {
+class TrueConditions {
  public:
-    // `dictionary` outlives this; its conditions' marks are changed.
-    RecordConditions(Xfd &dictionary, int code_page);
+    explicit TrueConditions(const sql::TableLayout &layout);
 
-    // Evaluates all conditions in ascending order, all of them false before.  A
-    // short record is taken as if blanks followed it.
+    // A short record is taken as if blanks followed it.
     void evaluate(sql::Bytes record);
 
-    [[nodiscard]] bool holds(int condition_1based) const {
-        return holds_[static_cast<size_t>(condition_1based) - 1] != 0;
-    }
-    // Numbers, ascending.
-    [[nodiscard]] std::span<const uint16_t> that_hold() const { return numbers_; }
+    // For the record evaluated last: numbers from 1, ascending.
+    [[nodiscard]] std::span<const uint16_t> numbers() const { return numbers_; }
+    [[nodiscard]] bool contain(int condition_1based) const;
 
  private:
-    Xfd &dictionary_;
+    sql::RecordConditions conditions_;
     unsigned char blank_;
     std::vector<unsigned char> padded_;
-    std::vector<char> holds_;
     std::vector<uint16_t> numbers_;
 };
 
