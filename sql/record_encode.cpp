@@ -43,8 +43,7 @@ bool encode_float(const Value &value, unsigned char *out, uint32_t size) {
 
 bool RecordPlan::encode_field(const FieldPlan &field, const Value &value,
                               unsigned char *image_out) {
-    unsigned char nothing[1];
-    unsigned char *out = image_out != nullptr ? image_out + field.offset : nothing;
+    unsigned char *out = image_out + field.offset;
     const std::span<unsigned char> room(out, field.size);
     const bool is_text = value.kind() == Value::Kind::kText;
     // The very bytes of the field.
@@ -321,6 +320,9 @@ Status Encoder::run() {
 
 Status encode_row(RecordPlan *plan, std::span<const Value> values, std::span<unsigned char> image,
                   size_t *length) {
+    if (plan->max_record == 0) {
+        image = plan->image;  // it has an address
+    }
     std::ranges::copy(plan->blank_image, image.begin());
     Encoder encoder{*plan, values, image, {}, nullptr, {}, 0};
     Status status = encoder.run();
@@ -332,6 +334,9 @@ Status encode_row(RecordPlan *plan, std::span<const Value> values, std::span<uns
 
 Status encode_row_over(RecordPlan *plan, Bytes exact, std::span<const Value> values,
                        std::span<unsigned char> image, size_t *length) {
+    if (plan->max_record == 0) {
+        image = plan->image;  // it has an address
+    }
     const Variant *variant = nullptr;
     decode_record(plan, exact, plan->kept_values, plan->kept_texts.data(), {}, &variant);
     std::ranges::copy(exact, image.begin());

@@ -44,6 +44,7 @@ RecordPlan::RecordPlan(const TableLayout &layout)
     make_null_bytes();
     padded_at = text_capacity;
     text_capacity += max_record;
+    image.reserve(max_record + size_t{1});
     image.resize(max_record);
     written.resize(conditional.empty() ? 0 : max_record);
     kept_values.resize(fields.size());
@@ -145,7 +146,9 @@ void RecordPlan::make_null_bytes() {
     null_bytes.assign(size, code_page.blank());
     for (const FieldPlan &field : fields) {
         // In a record of its own, as the functions that test and write expect.
-        std::vector<unsigned char> record = blanks;
+        std::vector<unsigned char> record;
+        record.reserve(max_record + size_t{1});  // it has an address though it has no byte
+        record = blanks;
         if (!find_null_value_bytes(field, record.data())) {
             std::ranges::copy(blanks, record.begin());
             if (field.form == FieldPlan::Form::kDate) {
