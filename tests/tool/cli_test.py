@@ -228,7 +228,6 @@ class Refused(Tool):
     def test_dictionaries_that_cannot_become_a_table(self):
         rows = (
             ("twice", PLAIN.replace("6,16,0,0,0,0,5,NAME", "6,16,0,0,0,0,5,Id"), "id"),
-            ("subtable", ITEMS.replace("START OCCURS", "START OCCURS,WORDS"), "word"),
             ("norecord", PLAIN.replace("10,10,1", "0,0,1"), ""),
         )
         for name, text, word in rows:
