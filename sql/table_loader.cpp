@@ -165,8 +165,7 @@ Status Loader::make_room(const std::string &relation, const char *drop) {
         return {};
     }
     if (!options_.replace) {
-        return {ErrorKind::kTableExists, "the database has a table " + Dialect::quote(relation) +
-                                             " already; drop it or load into another database"};
+        return {ErrorKind::kTableExists, "there is a table " + relation + " already"};
     }
     return connection_.execute(drop + Dialect::quote(relation));
 }

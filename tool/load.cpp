@@ -135,8 +135,8 @@ int load(const Options &options) {
     sql::Status status =
         sql::TableLoader::begin(database.connection(), layout, std::move(load_options), &loader);
     if (status.kind() == sql::ErrorKind::kTableExists) {
-        throw Failure("--db " + options.database + ": there is a table " + layout.table +
-                      " already; --replace drops it first, another database leaves it alone");
+        throw Failure("--db " + options.database + ": " + status.text() +
+                      "; --replace drops it first, another database leaves it alone");
     }
     Record record;
     uint64_t records = 0;

@@ -242,9 +242,8 @@ TEST_F(ChildRows, TablesThatAreThereStayUnlessTheyAreReplaced) {
         run(std::string("CREATE TABLE ").append(name).append(" (a)"));
         const sql::Status status = load(layout, {});
         EXPECT_EQ(status.kind(), sql::ErrorKind::kTableExists);
-        EXPECT_NE(sql::folded(status.text()).find(sql::folded(name).append("\" already")),
-                  std::string::npos)
-            << status.text();
+        EXPECT_EQ(sql::folded(status.text()),
+                  std::string("there is a table ").append(sql::folded(name)).append(" already"));
         EXPECT_EQ(query("SELECT count(*) FROM sqlite_schema"), (Rows{"1"}));
         const Records records{order("0001", "ADA", "PEN12AABB   00       00    ")};
         ASSERT_TRUE(load(layout, records, {.replace = true, .on_reject = {}}).ok());
