@@ -65,8 +65,8 @@ class Loader final : public TableLoader {
     Status finish(LoadSummary *summary) override;
 
  private:
-    Status create_table();
-    Status make_room(const std::string &relation, const char *drop);
+    Status make_room();
+    Status create_tables();
     void lay_out_rows();
     Status prepare_inserts();
     void fill_row(size_t row);
@@ -140,7 +140,7 @@ Status Loader::start() {
     Status status = connection_.begin();
     has_begun_ = status.ok();
     if (status.ok()) {
-        status = create_table();
+        status = create_tables();
     }
     // Where the exact bytes are not kept, a record that turns out to be a
     // duplicate later could not be handed back.
@@ -155,45 +155,53 @@ Status Loader::start() {
     return status;
 }
 
-// Sees to it that no table or view of a name is there.
-Status Loader::make_room(const std::string &relation, const char *drop) {
-    std::vector<std::string> present;
-    if (Status status = connection_.table_columns(relation, &present); !status.ok()) {
-        return status;
+// Sees to it that no table or view of the layout's names is there.
+Status Loader::make_room() {
+    struct Relation {
+        std::string name;
+        const char *drop;
+    };
+    std::vector<Relation> relations{{layout_.table, "DROP TABLE "}};
+    for (const ChildTable &child : layout_.children) {
+        relations.push_back({child.name, "DROP TABLE "});
     }
-    if (present.empty()) {
-        return {};
+    for (const ChildTable &child : layout_.children) {
+        relations.push_back({child.view, "DROP VIEW "});
     }
-    if (!options_.replace) {
-        return {ErrorKind::kTableExists, "there is a table " + relation + " already"};
+    relations.push_back({layout_.view, "DROP VIEW "});
+    std::erase_if(relations, [](const Relation &relation) { return relation.name.empty(); });
+
+    std::vector<std::string> drops;
+    for (const Relation &relation : relations) {
+        std::vector<std::string> present;
+        if (Status status = connection_.table_columns(relation.name, &present); !status.ok()) {
+            return status;
+        }
+        if (!present.empty() && !options_.replace) {
+            return {ErrorKind::kTableExists, "there is a table " + relation.name + " already"};
+        }
+        if (!present.empty()) {
+            drops.push_back(relation.drop + Dialect::quote(relation.name));
+        }
     }
-    return connection_.execute(drop + Dialect::quote(relation));
+    // What refers to a table goes before it.
+    Status status;
+    for (auto drop = drops.rbegin(); status.ok() && drop != drops.rend(); ++drop) {
+        status = connection_.execute(*drop);
+    }
+    return status;
 }
 
-// What refers to the table goes before it and comes behind it.
-Status Loader::create_table() {
-    Status status;
-    const auto also = [&](auto &&step) {
-        if (status.ok()) {
-            status = step();
-        }
-    };
-    const auto make_room_for_view = [&](const std::string &view) {
-        also([&] { return view.empty() ? Status() : make_room(view, "DROP VIEW "); });
-    };
-    const auto make_room_for_table = [&](const std::string &table) {
-        also([&] { return make_room(table, "DROP TABLE "); });
-    };
-    make_room_for_view(layout_.view);
-    for (const ChildTable &child : layout_.children) {
-        make_room_for_view(child.view);
-        make_room_for_table(child.name);
-    }
-    make_room_for_table(layout_.table);
+Status Loader::create_tables() {
     const Dialect &dialect = connection_.dialect();
-    also([&] { return connection_.execute(create_table_sql(layout_, dialect)); });
+    Status status = make_room();
+    if (status.ok()) {
+        status = connection_.execute(create_table_sql(layout_, dialect));
+    }
     for (const std::string &sql : create_child_table_sql(layout_, dialect)) {
-        also([&] { return connection_.execute(sql); });
+        if (status.ok()) {
+            status = connection_.execute(sql);
+        }
     }
     return status;
 }

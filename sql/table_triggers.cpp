@@ -170,11 +170,14 @@ void TriggerMaker::count_identity(std::span<const Column> columns) {
     if (identity == columns.end()) {
         return;
     }
+    // Numbers are less than any text or blob, which illegal data may have left.
     const std::string name = Dialect::quote(identity->name);
-    triggers_.push_back(
-        trigger(layout_.table + "_identity", "AFTER INSERT", table_, "new." + name + " IS NULL",
-                "UPDATE " + table_ + " SET " + name + " = (SELECT coalesce(max(" + name +
-                    "), 0) + 1 FROM " + table_ + ") WHERE " + number_ + " = new." + number_));
+    const std::string next =
+        "(SELECT coalesce(max(" + name + "), 0) + 1 FROM " + table_ + " WHERE " + name + " < '')";
+    triggers_.push_back(trigger(layout_.table + "_identity", "AFTER INSERT", table_,
+                                "new." + name + " IS NULL",
+                                "UPDATE " + table_ + " SET " + name + " = " + next + " WHERE " +
+                                    number_ + " = new." + number_));
 }
 
 }  // namespace

@@ -146,7 +146,9 @@ TEST_F(TableMarks, RowsWithoutAnIdentityGetTheNextOne) {
         must_load(layout, kStaff);
         run("INSERT INTO staff (secret) VALUES ('x'), ('y')");
         run("INSERT INTO staff (number, secret) VALUES (20, 'z')");
+        run("INSERT INTO staff (number) VALUES (x'30303030')");
         run("INSERT INTO staff (secret) VALUES ('zz')");
+        run("DELETE FROM staff WHERE typeof(number) = 'blob'");
         EXPECT_EQ(query("SELECT number FROM staff ORDER BY number"),
                   (Rows{"3", "7", "8", "9", "20", "21"}));
         EXPECT_EQ(unload(layout).back().substr(0, 18), "0021      0000zz  ");
