@@ -118,10 +118,11 @@ std::vector<PrintedField> choose_fields(const sql::TableLayout &layout, const st
     }
     for (const std::string &part : split_list(names)) {
         const std::string wanted = folded(part);
+        const std::string with_subscripts = wanted + "(";
         const size_t before = chosen.size();
         for (size_t i = 0; i < layout.fields.size(); i++) {
             const std::string name = folded(layout.fields[i].name);
-            if (name == wanted || (!wanted.empty() && name.starts_with(wanted + "("))) {
+            if (name == wanted || (!wanted.empty() && name.starts_with(with_subscripts))) {
                 chosen.push_back({i, &layout.fields[i]});
             }
         }
