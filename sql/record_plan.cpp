@@ -144,13 +144,16 @@ void RecordPlan::make_null_bytes() {
         size += field.size;
     }
     null_bytes.assign(size, code_page.blank());
+    // In a blank record, as the functions that test and write expect.
+    std::vector<unsigned char> record;
+    record.reserve(max_record + size_t{1});  // it has an address though it has no byte
+    record = blanks;
+    const auto blank = [&](const FieldPlan &field) {
+        std::fill_n(record.begin() + field.offset, field.size, code_page.blank());
+    };
     for (const FieldPlan &field : fields) {
-        // In a record of its own, as the functions that test and write expect.
-        std::vector<unsigned char> record;
-        record.reserve(max_record + size_t{1});  // it has an address though it has no byte
-        record = blanks;
         if (!find_null_value_bytes(field, record.data())) {
-            std::ranges::copy(blanks, record.begin());
+            blank(field);
             if (field.form == FieldPlan::Form::kDate) {
                 std::ranges::copy(dates[field.index].zeros(), record.begin() + field.offset);
             } else if (field.is_number()) {
@@ -162,6 +165,7 @@ void RecordPlan::make_null_bytes() {
             }
         }
         std::copy_n(record.begin() + field.offset, field.size, null_bytes.begin() + field.null_at);
+        blank(field);
     }
     blank_image = blanks;
     for (const uint32_t i : unconditional) {

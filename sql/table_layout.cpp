@@ -124,9 +124,15 @@ Status LayoutMaker::name_table() {
     layout_.illegal_data = illegal_data >= 0 && illegal_data <= 3
                                ? static_cast<IllegalData>(illegal_data)
                                : IllegalData::kUnchanged;
+    if (xfd_.x_n_keys > xfd_.x_n_keys_alloc || (xfd_.x_n_keys > 0 && xfd_.x_key_desc == nullptr)) {
+        return bad_dictionary("it is cut short: it has " + std::to_string(xfd_.x_n_keys_alloc) +
+                              " of its " + std::to_string(xfd_.x_n_keys) + " keys");
+    }
     layout_.dictionary.reset(Z4CopyXFD(&xfd_), Z4XFDFree);
     if (layout_.dictionary == nullptr) {
-        return {ErrorKind::kNoMemory, "no memory for a copy of it"};
+        return {ErrorKind::kNoMemory, "it cannot be copied: no memory, or its file type " +
+                                          std::to_string(xfd_.x_file_type) +
+                                          " is none of 4, 5, 8 and 12"};
     }
     return {};
 }

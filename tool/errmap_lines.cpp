@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "sql/error_map.h"
 #include "tool/failure.h"
 #include "tool/input_file.h"
 
@@ -20,14 +21,8 @@ namespace {
 constexpr size_t kMaxLine = 511;
 constexpr size_t kMaxSectionName = 79;
 
-// In the order of their codes, from 1.
-constexpr const char *kErrorNames[] = {
-    "E_SYS_ERROR",   "E_PARAM_ERR",   "E_TOO_MANY_FILES", "E_MODE_CLASH",   "E_REC_LOCKED",
-    "E_BROKEN",      "E_DUPLICATE",   "E_NOT_FOUND",      "E_UNDEF_RECORD", "E_DISK_FULL",
-    "E_FILE_LOCKED", "E_REC_CHANGED", "E_MISMATCH",       "E_NO_MEMORY",    "E_MISSING_FILE",
-    "E_PERMISSION",  "E_NO_SUPPORT",  "E_NO_LOCKS",
-};
-static_assert(std::size(kErrorNames) == 18);
+// File errors are numbered from 1.
+constexpr int32_t kFileErrors = 18;
 
 bool is_space(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -171,12 +166,13 @@ void Reader::add_entry(std::string_view text) {
 }
 
 void Reader::check_name(std::string_view name) {
-    std::vector<const char *> meant;
-    for (const char *known : kErrorNames) {
+    std::vector<std::string_view> meant;
+    for (int32_t error = 1; error <= kFileErrors; error++) {
+        const std::string_view known = sql::file_error_name(error);
         if (name == known) {
             return;
         }
-        if (std::string_view(known).starts_with(name)) {
+        if (known.starts_with(name)) {
             meant.push_back(known);
         }
     }
@@ -185,7 +181,7 @@ void Reader::check_name(std::string_view name) {
              " is no file error: the number stands for none; E_SYS_ERROR to "
              "E_NO_LOCKS are known");
     } else if (meant.size() > 1) {
-        std::string text = quoted(name) + " counts as " + meant[0] + "; ";
+        std::string text = quoted(name) + " counts as " + std::string(meant[0]) + "; ";
         for (size_t i = 1; i < meant.size(); i++) {
             text += (i == 1 ? "" : ", ") + std::string(meant[i]);
         }
@@ -227,11 +223,6 @@ ErrmapLines read_errmap_lines(const std::string &path, bool implicit_section) {
         skip_line_end(&file);
     }
     return reader.take();
-}
-
-const char *file_error_name(int32_t code) {
-    return code >= 1 && code <= static_cast<int32_t>(std::size(kErrorNames)) ? kErrorNames[code - 1]
-                                                                             : "";
 }
 
 }  // namespace tool

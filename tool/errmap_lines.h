@@ -34,9 +34,6 @@ struct ErrmapLines {
 // be read, and for one that is no regular file and could not be read again.
 ErrmapLines read_errmap_lines(const std::string &path, bool implicit_section);
 
-// "E_NOT_FOUND"; empty for 0 and every code that has no name.
-const char *file_error_name(int32_t code);
-
 }  // namespace tool
 
 #endif

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/memory.h"
+#include "sql/error_map.h"
 #include "tool/columns.h"
 #include "tool/command.h"
 #include "tool/errmap_lines.h"
@@ -95,8 +96,8 @@ std::vector<Section> match_lines(const std::string &path, const ErrorMap &map,
 }
 
 std::string error_in_words(const ErrorMapEntry &entry) {
-    const char *name = file_error_name(entry.cobol);
-    return *name != '\0' ? name : "none";
+    const std::string_view name = sql::file_error_name(entry.cobol);
+    return std::string(name.empty() ? "none" : name);
 }
 
 void print_table(const std::vector<Section> &sections) {
@@ -158,10 +159,10 @@ void print_matches(const std::vector<Match> &matches) {
 }
 
 Json entry_as_json(const Entry &entry) {
-    const char *name = file_error_name(entry.map.cobol);
+    const std::string_view name = sql::file_error_name(entry.map.cobol);
     return {{"number", entry.map.native},
             {"code", entry.map.cobol},
-            {"file_error", *name != '\0' ? Json(name) : Json(nullptr)},
+            {"file_error", name.empty() ? Json(nullptr) : Json(name)},
             {"line", entry.line}};
 }
 
