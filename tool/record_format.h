@@ -50,7 +50,7 @@ constexpr uint32_t length_header_limit(LengthHeader header) {
                                                                                : UINT16_MAX;
 }
 
-// The options of load and unload that say what the record file looks like.
+// The options that say what the record file looks like.
 class RecordFormatOptions {
  public:
     void declare(CLI::App &app);

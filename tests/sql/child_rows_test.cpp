@@ -12,7 +12,9 @@
 #include <cstring>
 #include <random>
 
+#include "host/config.h"
 #include "tests/sql/sql_fixture.h"
+#include "wbfsi/lifecycle.h"
 
 namespace {
 
@@ -89,28 +91,43 @@ TEST_F(ChildRows, OccurrencesBecomeRowsOfTheirTablesAndComeBack) {
     }
 }
 
-TEST_F(ChildRows, AnyBytesComeBack) {
-    std::mt19937 random(7);
-    for (const bool is_variable : {false, true}) {
-        SCOPED_TRACE(is_variable);
-        SetUp();
-        XfdBuilder builder = orders(XFD_SEQUENTIAL);
-        builder.min_record(is_variable ? 2 : kOrderSize);
-        const sql::TableLayout layout = layout_of(builder);
-        Records records;
-        const std::string usual = "0123456789AB  ";
-        for (int i = 0; i < 1000; i++) {
-            std::string record(is_variable ? 2 + random() % 39 : kOrderSize, ' ');
-            const bool is_wild = random() % 2 == 0;
-            const size_t end = random() % (record.size() + 1);
-            for (size_t at = 0; at < end; at++) {
-                record[at] = is_wild ? static_cast<char>(random()) : usual[random() % usual.size()];
-            }
-            records.push_back(record);
+Records random_orders(std::mt19937 *random, bool is_variable) {
+    Records records;
+    const std::string usual = "0123456789AB  ";
+    for (int i = 0; i < 500; i++) {
+        std::string record(is_variable ? 2 + (*random)() % 39 : kOrderSize, ' ');
+        const bool is_wild = (*random)() % 2 == 0;
+        const size_t end = (*random)() % (record.size() + 1);
+        for (size_t at = 0; at < end; at++) {
+            record[at] =
+                is_wild ? static_cast<char>((*random)()) : usual[(*random)() % usual.size()];
         }
-        must_load(layout, records);
-        EXPECT_EQ(unload(layout), records);
+        records.push_back(record);
     }
+    return records;
+}
+
+TEST_F(ChildRows, AnyBytesComeBackUnderEachSettingForIllegalData) {
+    std::mt19937 random(7);
+    Z4Init();
+    for (const char *setting : {"UNCHANGED", "CONVERTED", "KEY_MOD", "PASS_THROUGH"}) {
+        for (const bool is_variable : {false, true}) {
+            SCOPED_TRACE(std::string(setting).append(is_variable ? ", variable" : ""));
+            SetUp();
+            ASSERT_NE(ZCSetValueString("4GL_ILLEGAL_DATA", setting), 0);
+            XfdBuilder builder = orders(XFD_SEQUENTIAL);
+            builder.min_record(is_variable ? 2 : kOrderSize);
+            const sql::TableLayout layout = layout_of(builder);
+            const Records records = random_orders(&random, is_variable);
+            must_load(layout, records);
+            EXPECT_EQ(unload(layout), records);
+            // No row that a blank record has is missed.
+            run("INSERT INTO orders (number, name) VALUES (7, 'new')");
+            EXPECT_EQ(unload(layout).back().substr(0, 7), "0007new");
+        }
+    }
+    ZCSetValueString("4GL_ILLEGAL_DATA", "UNCHANGED");
+    Z4Exit();
 }
 
 TEST_F(ChildRows, RowsChangedBySqlChangeTheRecord) {
