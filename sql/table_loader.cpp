@@ -17,6 +17,7 @@
 #include "sql/child_rows.h"
 #include "sql/record_codec.h"
 #include "sql/table_columns.h"
+#include "sql/table_settings.h"
 
 namespace sql {
 namespace {
@@ -423,6 +424,9 @@ Status Loader::finish(LoadSummary *summary) {
                 status = connection_.execute(sql);
             }
         }
+    }
+    if (status.ok()) {
+        status = keep_settings(connection_, layout_);
     }
     if (status.ok()) {
         status = connection_.commit();

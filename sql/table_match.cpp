@@ -17,6 +17,7 @@
 #include "host/config.h"
 #include "host/memory.h"
 #include "host/names.h"
+#include "sql/table_settings.h"
 #include "wbfsi/accessors.h"
 #include "wbfsi/build.h"
 #include "wbfsi/match.h"
@@ -196,6 +197,9 @@ Status Matcher::match(TableMatch *out) {
     match_columns();
     for (const Need &need : needs()) {
         match_key(need);
+    }
+    if (status = changed_settings(connection_, layout_, &out_.problems); !status.ok()) {
+        return status;
     }
     *out = std::move(out_);
     return {};
@@ -678,7 +682,8 @@ Status mismatch_of(const TableLayout &layout, const TableMatch &match) {
     if (match.problems.empty()) {
         return {};
     }
-    std::string text = "the table " + Dialect::quote(layout.table) + " is not of this dictionary: ";
+    std::string text =
+        "the table " + Dialect::quote(layout.table) + " cannot be read with this dictionary: ";
     for (size_t i = 0; i < match.problems.size(); i++) {
         if (i == kMaxProblemsInAMessage) {
             text += "; and " + std::to_string(match.problems.size() - i) + " more";

@@ -44,7 +44,7 @@ struct TableMatch {
     std::vector<ColumnRow> columns;
     std::vector<KeyRow> keys;
     bool has_exact = false;  // the column of exact records is there
-    // One line each, naming the column or key and why; empty: it is the table.
+    // One line each, naming the column, key or setting and why; empty: it is the table.
     std::vector<std::string> problems;
 };
 

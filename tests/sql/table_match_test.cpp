@@ -416,7 +416,7 @@ TEST_F(TableMatch, ThousandsOfColumnsMatch) {
     const sql::Status status = sql::mismatch_of(layout, match(layout));
     EXPECT_EQ(status.kind(), sql::ErrorKind::kMismatch);
     EXPECT_TRUE(status.text().starts_with(
-        "the table \"t\" is not of this dictionary: it has no column \"f1989\"; key 3 ("))
+        "the table \"t\" cannot be read with this dictionary: it has no column \"f1989\"; key 3 ("))
         << status.text();
 }
 
@@ -428,7 +428,7 @@ TEST_F(TableMatch, AMessageNamesTheFirstProblemsAndCountsTheRest) {
     const sql::TableLayout layout = layout_of(builder);
     run("CREATE TABLE t (record_number INTEGER PRIMARY KEY)");
     EXPECT_EQ(sql::mismatch_of(layout, match(layout)).text(),
-              "the table \"t\" is not of this dictionary: it has no column \"f0\"; it has no "
+              "the table \"t\" cannot be read with this dictionary: it has no column \"f0\"; it has no "
               "column \"f1\"; it has no column \"f2\"; it has no column \"f3\"; it has no column "
               "\"f4\"; and 95 more");
 }

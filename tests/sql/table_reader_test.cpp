@@ -230,7 +230,7 @@ TEST_F(TableReader, WhatIsMissingIsToldByName) {
         "CREATE UNIQUE INDEX i ON t (key_1_bytes) WHERE key_1_bytes IS NOT NULL");
     const sql::Status status = sql::TableReader::open(*db_, layout, 0, &reader);
     EXPECT_EQ(status.kind(), sql::ErrorKind::kMismatch);
-    EXPECT_EQ(status.text(), "the table \"t\" is not of this dictionary: it has no column \"b\"");
+    EXPECT_EQ(status.text(), "the table \"t\" cannot be read with this dictionary: it has no column \"b\"");
     EXPECT_EQ(sql::TableReader::open(*db_, layout, 1, &reader).kind(), sql::ErrorKind::kUsage);
 }
 
