@@ -41,14 +41,23 @@ std::string to_utf8(const char *text) {
 
 std::string without_controls(const std::string &text) {
     std::string out;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F) {
-            char escaped[5];
-            snprintf(escaped, sizeof escaped, "\\x%02X", byte);
-            out += escaped;
+    const auto put_escaped = [&](unsigned char byte) {
+        char escaped[5];
+        snprintf(escaped, sizeof escaped, "\\x%02X", byte);
+        out += escaped;
+    };
+    for (size_t i = 0; i < text.size(); i++) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+        if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+            // U+0080 to U+009F in UTF-8: controls of eight bits.
+            put_escaped(byte);
+            put_escaped(next);
+            i++;
+        } else if (byte < 0x20 || byte == 0x7F) {
+            put_escaped(byte);
         } else {
-            out += c;
+            out += text[i];
         }
     }
     return out;

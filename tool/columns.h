@@ -38,7 +38,7 @@ size_t display_width(const std::string &text);
 // A text of the COBOL program's character set as UTF-8.
 std::string to_utf8(const char *text);
 
-// Control characters, which a terminal would obey, become "\xHH".
+// Control characters, which a terminal would obey, become "\xHH" byte by byte.
 std::string without_controls(const std::string &text);
 
 // Both: a text of the COBOL program's character set, fit to be seen.

@@ -32,6 +32,10 @@ TEST(Text, ShowsWhatATerminalWouldObey) {
     EXPECT_EQ(tool::printable("plain"), "plain");
     EXPECT_EQ(tool::printable("a\x1b[2J\nb\x7f"), "a\\x1B[2J\\x0Ab\\x7F");
     EXPECT_EQ(tool::printable("M\xFCller"), "Müller");
+    EXPECT_EQ(tool::printable("a\x9b"
+                              "2J"),
+              "a\\xC2\\x9B2J");
+    EXPECT_EQ(tool::printable("\xa0"), "\u00a0");
     EXPECT_EQ(tool::display_width("Müller"), 6u);
 }
 
