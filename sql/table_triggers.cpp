@@ -101,7 +101,8 @@ void TriggerMaker::clear_key_bytes(const Key &key) {
     }
 }
 
-// The same where part of a key is in a child table: any change of its rows counts.
+// The same where part of a key is in a child table: rows that come, go, change or
+// move to another record.
 void TriggerMaker::clear_key_bytes_by(const Key &key, const ChildTable &child) {
     const bool is_part = std::ranges::any_of(child.rows, [&](const ChildTable::Row &row) {
         return std::ranges::any_of(row.fields, [&](size_t field) {
@@ -111,21 +112,25 @@ void TriggerMaker::clear_key_bytes_by(const Key &key, const ChildTable &child) {
     if (!is_part) {
         return;
     }
+    const std::string number = Dialect::quote(child.number_column);
     struct Event {
         const char *name;
         const char *event;
-        const char *rows;
+        std::string condition;
+        std::string records;
     };
-    constexpr Event kEvents[] = {{"_updated", "AFTER UPDATE", "new."},
-                                 {"_inserted", "AFTER INSERT", "new."},
-                                 {"_deleted", "AFTER DELETE", "old."}};
-    const std::string number = Dialect::quote(child.number_column);
-    for (const Event &event : kEvents) {
+    const Event events[] = {
+        {"_updated", "AFTER UPDATE", any_changed(child_columns(child)),
+         " IN (new." + number + ", old." + number + ")"},
+        {"_inserted", "AFTER INSERT", "", " = new." + number},
+        {"_deleted", "AFTER DELETE", "", " = old." + number},
+    };
+    for (const Event &event : events) {
         triggers_.push_back(trigger(key.index_name + "_" + child.name + event.name, event.event,
-                                    Dialect::quote(child.name), "",
+                                    Dialect::quote(child.name), event.condition,
                                     "UPDATE " + table_ + " SET " +
                                         quoted_names(layout_, {key.bytes_column}) +
-                                        " = NULL WHERE " + number_ + " = " + event.rows + number));
+                                        " = NULL WHERE " + number_ + event.records));
     }
 }
 

@@ -288,6 +288,30 @@ TEST_F(ChildRows, AKeyOverAChildTableStandsOnItsBytes) {
                        order("0001", "ADA", "ANY12"), order("0003", "CY", "BEE05")}));
 }
 
+TEST_F(ChildRows, KeyBytesGoOnlyWithWhatChangesTheRecord) {
+    XfdBuilder builder = orders();
+    builder.key({true, {{8, 3}}});
+    const sql::TableLayout layout = layout_of(builder);
+    const Records records{order("0001", "ADA", "PEN12"), order("0002", "BOB", "CUP34")};
+    const std::string kept = "SELECT hex(key_2_bytes) FROM orders ORDER BY row_number";
+    struct Row {
+        const char *statement;
+        Rows keys;
+    };
+    const Row rows[] = {
+        {"UPDATE lines SET item = item, row_number = row_number", {"'50454E'", "'435550'"}},
+        {"UPDATE lines SET item = 'ANY' WHERE item = 'PEN'", {"''", "'435550'"}},
+        {"UPDATE lines SET row_number = 2, occurrence_1 = 2 WHERE item = 'PEN'", {"''", "''"}},
+        {"DELETE FROM lines WHERE item = 'CUP'", {"'50454E'", "''"}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.statement);
+        ASSERT_TRUE(load(layout, records, {.replace = true, .on_reject = {}}).ok());
+        run(row.statement);
+        EXPECT_EQ(query(kept), row.keys);
+    }
+}
+
 TEST_F(ChildRows, NamesThatLookLikeSqlAreNames) {
     XfdBuilder builder("x\"; DROP TABLE t; --", 12);
     builder.field({"select", 0, 4, 16});
