@@ -292,7 +292,8 @@ TEST_F(ChildRows, KeyBytesGoOnlyWithWhatChangesTheRecord) {
     XfdBuilder builder = orders();
     builder.key({true, {{8, 3}}});
     const sql::TableLayout layout = layout_of(builder);
-    const Records records{order("0001", "ADA", "PEN12"), order("0002", "BOB", "CUP34")};
+    const Records records{order("0001", "ADA", "PEN12"),
+                          order("0002", "BOB", "CUP34       00       00")};
     const std::string kept = "SELECT hex(key_2_bytes) FROM orders ORDER BY row_number";
     struct Row {
         const char *statement;
