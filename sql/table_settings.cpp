@@ -51,6 +51,12 @@ std::vector<Setting> settings_of(const TableLayout &layout) {
         {"COBOL_CODE_PAGE", std::to_string(layout.code_page)},
         {"4GL_ILLEGAL_DATA", kIllegalDataNames[static_cast<size_t>(layout.illegal_data)]},
     };
+    // What is taken for high-values becomes all nines.
+    if (layout.illegal_data == IllegalData::kConverted ||
+        layout.illegal_data == IllegalData::kKeyMod) {
+        const bool is_full = ZCGetValueBool("4GL_FULL_DATA_TEST", 0) != 0;
+        settings.push_back({"4GL_FULL_DATA_TEST", is_full ? "1" : "0"});
+    }
     const bool has_dates = std::ranges::any_of(layout.fields, [](const Field &field) {
         return field.type == ColumnType::kDate || field.type == ColumnType::kTime ||
                field.type == ColumnType::kTimestamp;
@@ -72,6 +78,11 @@ std::vector<Setting> settings_of(const TableLayout &layout) {
 
 std::string quoted_settings_table() {
     return Dialect::quote(kSettingsTable);
+}
+
+// The rows of a table, found without case, as the databases find tables.
+std::string of_table(const Dialect &dialect) {
+    return " WHERE lower(\"table_name\") = lower(" + dialect.parameter(0) + ")";
 }
 
 Status run(Connection &connection, const std::string &sql, std::span<const Value> values) {
@@ -98,9 +109,7 @@ Status keep_settings(Connection &connection, const TableLayout &layout) {
                            "TEXT NOT NULL)");
     const Value table = Value::text(layout.table);
     if (status.ok()) {
-        status = run(connection,
-                     "DELETE FROM " + quoted_settings_table() +
-                         " WHERE \"table_name\" = " + dialect.parameter(0),
+        status = run(connection, "DELETE FROM " + quoted_settings_table() + of_table(dialect),
                      {&table, 1});
     }
     for (const Setting &setting : settings_of(layout)) {
@@ -126,7 +135,7 @@ Status changed_settings(Connection &connection, const TableLayout &layout,
     }
     std::unique_ptr<Statement> query;
     status = connection.prepare("SELECT \"name\", \"value\" FROM " + quoted_settings_table() +
-                                    " WHERE \"table_name\" = " + connection.dialect().parameter(0),
+                                    of_table(connection.dialect()),
                                 &query);
     if (!status.ok()) {
         return status;

@@ -140,6 +140,35 @@ TEST_F(TableSettings, ALoadReplacesThoseOfItsTableAlone) {
               (std::vector<std::string>{"'UNCHANGED'", "'CONVERTED'"}));
 }
 
+TEST_F(TableSettings, TheTestForHighValuesCountsWhereTheyAreConverted) {
+    XfdBuilder builder = numbers();
+    for (const char *illegal_data : {"UNCHANGED", "CONVERTED", "KEY_MOD", "PASS_THROUGH"}) {
+        SCOPED_TRACE(illegal_data);
+        TableTest::SetUp();
+        const Setting how("4GL_ILLEGAL_DATA", illegal_data);
+        must_load(layout_of(builder), {"0001"});
+        const Setting full("4GL_FULL_DATA_TEST", "1");
+        const bool counts = illegal_data[0] == 'C' || illegal_data[0] == 'K';
+        EXPECT_EQ(changes(layout_of(builder)),
+                  counts ? std::vector<std::string>{"it was loaded with 4GL_FULL_DATA_TEST 0, now "
+                                                    "it is 1; set it as it was"}
+                         : std::vector<std::string>());
+    }
+}
+
+TEST_F(TableSettings, ATableIsFoundWithoutCase) {
+    XfdBuilder lower = numbers();
+    XfdBuilder upper("NUMBERS", 4, XFD_SEQUENTIAL);
+    upper.field({"amount", 0, 4, 1, 4});
+    must_load(layout_of(lower), {"0001"});
+    sql::LoadOptions replace;
+    replace.replace = true;
+    const Setting converted("4GL_ILLEGAL_DATA", "CONVERTED");
+    EXPECT_EQ(changes(layout_of(upper)).size(), 1U);
+    ASSERT_TRUE(load(layout_of(upper), {"0002"}, replace).ok());
+    EXPECT_EQ(changes(layout_of(lower)), std::vector<std::string>());
+}
+
 TEST_F(TableSettings, ATableThatWasNotLoadedHasNone) {
     XfdBuilder builder = numbers();
     const sql::TableLayout layout = layout_of(builder);
