@@ -15,6 +15,7 @@
 #include "sql/date_column.h"
 #include "sql/field_types.h"
 #include "sql/record_text.h"
+#include "sql/table_settings.h"
 #include "wbfsi/build.h"
 
 namespace sql {
@@ -107,6 +108,10 @@ Status LayoutMaker::name_table() {
     layout_.table = name_in_utf8(name);
     if (layout_.table.empty()) {
         return bad_dictionary("it names neither a table nor a file");
+    }
+    if (folded(layout_.table) == kSettingsTable) {
+        return bad_dictionary("its table has the name under which settings are kept, " +
+                              std::string(kSettingsTable) + "; give it another");
     }
     layout_.file_type = xfd_.x_file_type;
     layout_.max_record = xfd_.x_max_rec_size;
@@ -409,7 +414,7 @@ Status LayoutMaker::add_other_columns() {
 
 // Tables that the dictionary names keep their names; those of this layer give way.
 Status LayoutMaker::add_children() {
-    relations_.insert(folded(layout_.table));
+    relations_.insert({folded(layout_.table), kSettingsTable});
     for (const Key &key : layout_.keys) {
         relations_.insert(folded(key.index_name));
         relations_.insert(folded(key.index_name + "_bytes"));
@@ -423,8 +428,9 @@ Status LayoutMaker::add_children() {
     }
     for (const ChildTable &child : layout_.children) {
         if (!child.name.empty() && !relations_.insert(folded(child.name)).second) {
-            return bad_dictionary("its sub-table \"" + child.name +
-                                  "\" has the name of its table or of an index; give it another");
+            return bad_dictionary(
+                "its sub-table \"" + child.name +
+                "\" has the name of another table or of an index; give it another");
         }
     }
     const auto secondary =

@@ -146,7 +146,7 @@ struct LayoutOptions {
 // (COBOL_CODE_PAGE), the settings of the dictionary, 4GL_ILLEGAL_DATA (a value
 // outside 0 to 3 is 0) and 4GL_USE_VIEWS count as they are now.
 // kBadDictionary, with the reason and the field's name, *out untouched: no
-// table or select name; a dictionary cut short (a slot without a name among
+// table or select name, or that of the settings; a dictionary cut short (a slot without a name among
 // the first x_n_total_fields); two columns of one name in a table, or in a child
 // table two of the same subscripts (compared without case); a sub-table of the
 // name of another table or index, or over items of different OCCURS depth; a

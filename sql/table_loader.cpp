@@ -143,6 +143,9 @@ Status Loader::start() {
     if (status.ok()) {
         status = create_tables();
     }
+    if (status.ok()) {
+        status = keep_settings(connection_, layout_);
+    }
     // Where the exact bytes are not kept, a record that turns out to be a
     // duplicate later could not be handed back.
     all_indexes_first_ = layout_.exact_record == TableLayout::kNone;
@@ -424,9 +427,6 @@ Status Loader::finish(LoadSummary *summary) {
                 status = connection_.execute(sql);
             }
         }
-    }
-    if (status.ok()) {
-        status = keep_settings(connection_, layout_);
     }
     if (status.ok()) {
         status = connection_.commit();

@@ -104,11 +104,11 @@ TEST(TableLayout, DictionariesThatCannotBecomeATableAreRefusedWithTheReason) {
              in_table(b.field({"b", 4, 1, 16}).last_field(), "LINES", {1});
              in_table(b.field({"b", 5, 1, 1, 1}).last_field(), "LINES", {2});
          }},
-        {"its sub-table \"ORDERS\" has the name of its table or of an index",
+        {"its sub-table \"ORDERS\" has the name of another table or of an index",
          [](XfdBuilder &b) {
              in_table(b.field({"b", 4, 1, 16}).last_field(), "ORDERS", {1});
          }},
-        {"its sub-table \"Orders_Key_1\" has the name of its table or of an index",
+        {"its sub-table \"Orders_Key_1\" has the name of another table or of an index",
          [](XfdBuilder &b) {
              in_table(b.field({"b", 4, 1, 16}).last_field(), "Orders_Key_1", {1});
              b.key({false, {{0, 4}}});
@@ -146,6 +146,12 @@ TEST(TableLayout, DictionariesThatCannotBecomeATableAreRefusedWithTheReason) {
              b.key({false, {{0, 4}}});
              b.last_key().k_seg_count = 17;
          }},
+        {"its sub-table \"WBFSI_SETTINGS\" has the name of another table or of an index",
+         [](XfdBuilder &b) {
+             in_table(b.field({"b", 4, 1, 16}).last_field(), "WBFSI_SETTINGS", {1});
+         }},
+        {"its table has the name under which settings are kept, wbfsi_settings; give it another",
+         [](XfdBuilder &b) { std::strcpy(b.xfd().x_table_name, "Wbfsi_Settings"); }},
         {"it names neither a table nor a file",
          [](XfdBuilder &b) { b.xfd().x_table_name[0] = b.xfd().x_select_name[0] = '\0'; }},
         {"its record size is 0 bytes", [](XfdBuilder &b) { b.xfd().x_max_rec_size = 0; }},

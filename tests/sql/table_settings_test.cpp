@@ -169,6 +169,17 @@ TEST_F(TableSettings, ATableIsFoundWithoutCase) {
     EXPECT_EQ(changes(layout_of(lower)), std::vector<std::string>());
 }
 
+TEST_F(TableSettings, AnotherTableInTheirPlaceEndsTheLoadAtOnce) {
+    XfdBuilder builder = numbers();
+    run("CREATE TABLE wbfsi_settings (a)");
+    std::unique_ptr<sql::TableLoader> loader;
+    const sql::Status status = sql::TableLoader::begin(*db_, layout_of(builder), {}, &loader);
+    EXPECT_FALSE(status.ok());
+    EXPECT_TRUE(status.text().starts_with("table wbfsi_settings has no column named table_name"))
+        << status.text();
+    EXPECT_EQ(query("SELECT count(*) FROM sqlite_schema"), std::vector<std::string>{"1"});
+}
+
 TEST_F(TableSettings, ATableThatWasNotLoadedHasNone) {
     XfdBuilder builder = numbers();
     const sql::TableLayout layout = layout_of(builder);
