@@ -47,7 +47,11 @@ struct Stream {
 class Reader final : public TableReader {
  public:
     Reader(Connection &connection, const TableLayout &layout, size_t key)
-        : connection_(connection), layout_(layout), key_(key), codec_(layout_) {
+        : connection_(connection),
+          layout_(layout),
+          key_(key),
+          is_unique_(key < layout.keys.size() && layout.keys[key].unique),
+          codec_(layout_) {
         if (!layout_.children.empty()) {
             children_ = std::make_unique<ChildRowReader>(layout_, codec_);
         }
@@ -72,16 +76,20 @@ class Reader final : public TableReader {
     Status fetch(Stream &stream);
     Status advance(Stream &stream);
     [[nodiscard]] size_t least_stream() const;
+    Status check_key(const Stream &stream);
 
     Connection &connection_;
     const TableLayout layout_;
     const size_t key_;
+    const bool is_unique_;  // that key
     RecordCodec codec_;
     bool has_begun_ = false;
     bool has_exact_ = false;
     std::unique_ptr<ChildRowReader> children_;  // null: the layout has none
     std::vector<Stream> streams_;
-    size_t current_ = SIZE_MAX;  // the stream whose record was given last
+    size_t current_ = SIZE_MAX;            // the stream whose record was given last
+    std::vector<unsigned char> last_key_;  // of the last good record, where it is unique
+    uint64_t last_number_ = 0;
 };
 
 Status Reader::start() {
@@ -212,7 +220,7 @@ Status Reader::advance(Stream &stream) {
     if (!child_status.ok()) {
         stream.status = child_status;
     }
-    if (key_ != kRecordOrder && streams_.size() > 1) {
+    if (key_ != kRecordOrder && (is_unique_ || streams_.size() > 1)) {
         codec_.key_bytes(key_, {stream.image.data(), stream.length}, stream.key.data());
     }
     return {};
@@ -235,6 +243,22 @@ size_t Reader::least_stream() const {
     return least;
 }
 
+// Values that the database holds for different, null and the blank say, may be the
+// same bytes.
+Status Reader::check_key(const Stream &stream) {
+    if (!is_unique_ || !stream.status.ok()) {
+        return stream.status;
+    }
+    if (stream.key == last_key_) {
+        return {ErrorKind::kBadRecord, "its key is that of record " + std::to_string(last_number_) +
+                                           ", but key " + std::to_string(key_ + 1) +
+                                           " allows no duplicates"};
+    }
+    last_key_ = stream.key;
+    last_number_ = static_cast<uint64_t>(stream.number());
+    return {};
+}
+
 Status Reader::next(RecordView *record, bool *found) {
     *found = false;
     if (current_ != SIZE_MAX) {
@@ -250,7 +274,7 @@ Status Reader::next(RecordView *record, bool *found) {
     *found = true;
     record->number = static_cast<uint64_t>(stream.number());
     record->bytes = {stream.image.data(), stream.length};
-    return stream.status.within("record " + std::to_string(record->number));
+    return check_key(stream).within("record " + std::to_string(record->number));
 }
 
 }  // namespace

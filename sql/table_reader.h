@@ -48,9 +48,10 @@ class TableReader {
     // Next record; *found is false behind the last one.  Unsigned byte order of
     // the key; records of equal keys come in the order of insertion.
     // kBadRecord when a column holds what its field cannot (text too long, a
-    // number that does not fit), or a child table has a row for it that the
-    // dictionary does not have: record, column and value are in the text, the
-    // record is passed over and reading can go on.
+    // number that does not fit), a child table has a row for it that the dictionary
+    // does not have, or its key is that of the record before it and allows no
+    // duplicates: record, column and value are in the text, the record is passed
+    // over and reading can go on.
     virtual Status next(RecordView *record, bool *found) = 0;
 };
 

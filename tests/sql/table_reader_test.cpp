@@ -230,7 +230,8 @@ TEST_F(TableReader, WhatIsMissingIsToldByName) {
         "CREATE UNIQUE INDEX i ON t (key_1_bytes) WHERE key_1_bytes IS NOT NULL");
     const sql::Status status = sql::TableReader::open(*db_, layout, 0, &reader);
     EXPECT_EQ(status.kind(), sql::ErrorKind::kMismatch);
-    EXPECT_EQ(status.text(), "the table \"t\" cannot be read with this dictionary: it has no column \"b\"");
+    EXPECT_EQ(status.text(),
+              "the table \"t\" cannot be read with this dictionary: it has no column \"b\"");
     EXPECT_EQ(sql::TableReader::open(*db_, layout, 1, &reader).kind(), sql::ErrorKind::kUsage);
 }
 
@@ -263,6 +264,32 @@ TEST_F(TableReader, KeysChangedBySqlTakeTheirNewPlace) {
 }
 
 // Records of other bytes and keys that are changed need the row's own number.
+TEST_F(TableReader, ValuesThatMakeTheBytesOfAUniqueKeyTwiceAreTold) {
+    XfdBuilder builder("t", 8);
+    builder.fields({{"id", 0, 4, 1, 4}, {"name", 4, 4, 16}});
+    builder.key({false, {{0, 4}}}).key({true, {{4, 4}}});
+    const sql::TableLayout layout = layout_of(builder);
+    must_load(layout, {"0000ZERO", "0001ONE "});
+    run("INSERT INTO t (name) VALUES ('NULL')");
+
+    std::unique_ptr<sql::TableReader> reader;
+    ASSERT_TRUE(sql::TableReader::open(*db_, layout, 0, &reader).ok());
+    sql::RecordView record;
+    bool found = false;
+    ASSERT_TRUE(reader->next(&record, &found).ok());
+    EXPECT_EQ(as_string(record.bytes), "0000NULL");
+    const sql::Status status = reader->next(&record, &found);
+    EXPECT_EQ(status.kind(), sql::ErrorKind::kBadRecord);
+    EXPECT_EQ(status.text(),
+              "record 1: its key is that of record 3, but key 1 allows no duplicates");
+    EXPECT_TRUE(reader->next(&record, &found).ok());
+    EXPECT_EQ(as_string(record.bytes), "0001ONE ");
+    reader.reset();
+    // Other orders do not ask.
+    EXPECT_EQ(unload(layout, 1), (Records{"0000NULL", "0001ONE ", "0000ZERO"}));
+    EXPECT_EQ(unload(layout, sql::TableReader::kRecordOrder).size(), 3U);
+}
+
 TEST_F(TableReader, FieldsNamedLikeTheRowNumberAreFields) {
     XfdBuilder builder("t", 12);
     builder.fields({{"rowid", 0, 4, 1, 4}, {"oid", 4, 4, 16}, {"b", 8, 4, 16}});
