@@ -70,8 +70,8 @@ class Loader final : public TableLoader {
     Status create_tables();
     void lay_out_rows();
     Status prepare_inserts();
-    void fill_row(size_t row);
-    [[nodiscard]] bool comes_back_changed(size_t row);
+    Status fill_row(size_t row);
+    Status compare_with_columns(size_t row);
     Status flush();
     Status flush_main();
     Status insert_one(size_t row, bool is_lean);
@@ -284,12 +284,15 @@ Status Loader::add(uint64_t record_number, Bytes record) {
     unsigned char *copy = records_.data() + rows_ * layout_.max_record;
     std::ranges::copy(record, copy);
     batch_[rows_] = {record_number, {copy, record.size()}};
-    fill_row(rows_);
+    if (Status status = fill_row(rows_); !status.ok()) {
+        const Status flushed = flush();
+        return flushed.ok() ? reject(record_number, status, record) : flushed;
+    }
     rows_++;
     return rows_ == batch_rows_ ? flush() : Status();
 }
 
-void Loader::fill_row(size_t row) {
+Status Loader::fill_row(size_t row) {
     Row &from = batch_[row];
     const std::span<Value> values = values_of(row);
     values[0] = Value::integer(static_cast<int64_t>(from.number));
@@ -315,19 +318,26 @@ void Loader::fill_row(size_t row) {
         value++;
     }
     if (layout_.exact_record == TableLayout::kNone) {
-        from.is_special = !decoded.is_exact && comes_back_changed(row);
-        return;
+        return decoded.is_exact ? Status() : compare_with_columns(row);
     }
     *value = decoded.is_exact ? Value() : Value::blob(from.record);
     is_lean_ = is_lean_ && decoded.is_exact;
     from.is_special = !decoded.is_exact;
+    return {};
 }
 
-bool Loader::comes_back_changed(size_t row) {
+// Of a record whose exact bytes are not kept: whether it will come back changed.
+// kBadRecord when its columns make no record at all.
+Status Loader::compare_with_columns(size_t row) {
     size_t length = 0;
     const Bytes record = batch_[row].record;
-    return !codec_.encode(fields_of(row), image_, &length).ok() || length != record.size() ||
-           !std::equal(record.begin(), record.end(), image_.begin());
+    if (Status status = codec_.encode(fields_of(row), image_, &length); !status.ok()) {
+        return {ErrorKind::kBadRecord,
+                "it could not be read back without its exact bytes: " + status.text()};
+    }
+    batch_[row].is_special =
+        length != record.size() || !std::equal(record.begin(), record.end(), image_.begin());
+    return {};
 }
 
 // Inserts the rows of the batch, then the child rows of those that the table took.

@@ -303,4 +303,37 @@ TEST_F(TableLoader, RowsOfFieldsAloneAreLoaded) {
     EXPECT_EQ(unload(layout), (Records{"AAAA", "B\1  "}));
 }
 
+TEST_F(TableLoader, RecordsThatOnlyTheirExactBytesBringBackAreRefusedWithoutThem) {
+    // A blank is no number; its column is null, zero in the record, and then the
+    // condition does not hold.
+    XfdBuilder builder("t", 4, XFD_SEQUENTIAL);
+    builder.field({"kind", 0, 1, 1, 1}).field({"rest", 1, 3, 16});
+    builder.last_field().fd_cond_num = 1;
+    builder.condition({XFD_COND_NE, "kind", "+0"});
+    const sql::TableLayout exact = layout_of(builder);
+    const sql::TableLayout plain = layout_of(builder, {.keep_exact = false});
+    const Records records{"1AAA", " BBB", "0 C "};
+
+    const sql::Status status = load(plain, records);
+    EXPECT_EQ(status.kind(), sql::ErrorKind::kBadRecord);
+    EXPECT_TRUE(status.text().starts_with(
+        "record 2: it could not be read back without its exact bytes: column \"rest\" holds 'BBB'"))
+        << status.text();
+    Records rejected;
+    sql::LoadOptions options;
+    options.on_reject = [&](const sql::Rejection &rejection) {
+        rejected.push_back(as_string(rejection.record));
+        return sql::Status();
+    };
+    ASSERT_TRUE(load(plain, records, options).ok());
+    EXPECT_EQ(rejected, Records{records[1]});
+    EXPECT_EQ(summary_.loaded, 2U);
+    EXPECT_EQ(summary_.changed, 1U);
+    EXPECT_EQ(unload(plain), (Records{"1AAA", "0   "}));
+    options.replace = true;
+    options.on_reject = {};
+    ASSERT_TRUE(load(exact, records, options).ok());
+    EXPECT_EQ(unload(exact), records);
+}
+
 }  // namespace
