@@ -9,6 +9,7 @@
 
 #include "fsi/base/owner.h"
 #include "fsi/xml/elements/child_names.h"
+#include "fsi/xml/elements/element_hash.h"
 #include "fsi/xml/elements/occurrences.h"
 #include "host/strings.h"
 #include "wbfsi/xml_parser.h"
@@ -66,7 +67,7 @@ void free_extras(Extras *extras) {
     if (extras == nullptr)
         return;
     if (extras->is_hash_node)
-        static_cast<ZxmlHashNode *>(extras->user_data)->element = 0;
+        forget_hashed_element(static_cast<ZxmlHashNode *>(extras->user_data));
     free_text(extras->comments);
     Zfree(extras);
 }
@@ -230,6 +231,8 @@ void delete_comments(Element *element) {
 }
 
 bool set_user_data(Element *element, void *data, bool is_hash_node) {
+    if (data == nullptr && element->extras == nullptr)
+        return true;
     if (!has_extras(element))
         return false;
     element->extras->user_data = data;

@@ -8,6 +8,7 @@
 #include <expat.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include "fsi/xml/elements/element.h"
 #include "fsi/xml/elements/text_block.h"
@@ -29,8 +30,22 @@ struct TextRun {
 // The form of the source's code units; found once, whatever declarations say.
 enum class SourceForm : uint8_t { kUnknown, kBytes, kLittleUnits, kBigUnits };
 
-// Where in the markup the bytes fed so far end; parsexml/scanner.h.
-struct ScannerState;
+// Where in the markup the bytes looked at so far end; parsexml/scanner.cpp says what
+// the numbers mean.
+struct ScannerState {
+    uint8_t mode;
+    uint8_t matched;         // characters of the mark that ends the mode
+    uint8_t quote;           // the quote that is open, or 0
+    uint8_t is_in_subset;    // of the DOCTYPE
+    uint32_t unused;
+};
+
+// How feeding ended: the file error, and the code behind it of expat (19) or the
+// system (1).
+struct FeedOutcome {
+    int16_t code;
+    int32_t system;
+};
 
 struct State : ZxmlExpatState {
     // Handles of the open elements, outermost first; 0 where nothing is built.
@@ -44,6 +59,9 @@ struct State : ZxmlExpatState {
     bool is_stopped;
     bool has_failed_memory;  // f_errno 14 stays, whatever expat says of it
     bool is_ended;           // expat has had its final call, or an error
+    FeedOutcome outcome;     // then
+    uint64_t records;        // children of the top element that have ended
+    uint64_t records_told;   // of them, by ZxmlParser_parse_record
 
     // Sizes for the limit on what few bytes may grow to.
     uint64_t source_bytes;
@@ -53,23 +71,36 @@ struct State : ZxmlExpatState {
     size_t doctype_line_end;
     size_t doctype_own_end;
 
+    // While expat is being fed: from the first byte that it has not had before to the
+    // last that was read.
+    std::string_view fed_bytes;
+
     SourceForm form;
-    ScannerState *scanner;
-    TextBlock *waiting;  // bytes of markup that is not closed, not fed yet
+    ScannerState scanner;
+    TextBlock *waiting;      // bytes of markup that is not closed, not fed yet
+    uint32_t waiting_limit;  // so many are fed all the same
 };
+
+// A state without an expat parser, for a document that is built; null without memory.
+State *make_state(uint32_t flags);
 
 inline State *state_of(void *expat_parser) {
     return static_cast<State *>(XML_GetUserData(static_cast<XML_Parser>(expat_parser)));
 }
-
-// A handler could not get memory: f_errno 14, expat stops.
-void stop_without_memory(State *state);
 
 // The element that events belong to; null where nothing is built.
 inline Element *current_of(State *state) {
     return state->element_depth == 0 ? nullptr
                                      : find_element(state->open_elements[state->element_depth - 1]);
 }
+
+// Whether an element that is open was deleted, so that nothing is built in it.
+inline bool is_below_deleted(State *state) {
+    return state->element_depth > 0 && current_of(state) == nullptr;
+}
+
+// A handler could not get memory: f_errno 14, expat stops.
+void stop_without_memory(State *state);
 
 }  // namespace fsi::xml
 

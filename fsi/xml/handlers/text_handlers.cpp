@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+//
+// Character data.  expat delivers one run of text, as a person sees it, in pieces
+// wherever its buffer ended or a conversion was full; here the pieces are one again,
+// so that which blanks count does not depend on where a read ended.
+#include "fsi/xml/handlers/handlers.h"
+
+namespace fsi::xml {
+namespace {
+
+// Newlines and references come alone, each a run of its own.
+bool is_plain(XML_Parser parser, std::string_view text) {
+    if (text == "\n")
+        return false;
+    // One character from more bytes than any character has is a reference.
+    const int bytes = XML_GetCurrentByteCount(parser);
+    const bool may_be_reference = bytes > 4 || (bytes == 4 && text.size() != 4);
+    if (!may_be_reference || text.size() > 4)
+        return true;
+    const auto first = static_cast<unsigned char>(text[0]);
+    const size_t width = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    return text.size() != width;
+}
+
+// Whether the text goes on where the open run ended: in the source, or in the text of
+// an entity, for all of which the source stands still.
+bool continues(const TextRun &run, XML_Parser parser, std::string_view text) {
+    return run.is_open &&
+           (run.end == XML_GetCurrentByteIndex(parser) || run.inner == text.data());
+}
+
+bool append(State *state, Element *element, std::string_view text) {
+    if (!state->run.is_trimmed)
+        return append_text(&element->value, text, kValueTag);
+    // The first text of its element: blanks wait until something follows them.
+    std::string_view kept = trimmed(text);
+    if (kept.empty() && !state->run.has_text)
+        return true;
+    const char *end = kept.empty() ? text.data() : kept.data() + kept.size();
+    if (!kept.empty()) {
+        if (state->run.has_text) {
+            const bool has_blanks = state->held_blanks != nullptr && state->held_blanks->length > 0;
+            if (has_blanks && !append_text(&element->value, state->held_blanks->view(), kValueTag))
+                return false;
+            kept = {text.data(), static_cast<size_t>(end - text.data())};
+        }
+        if (state->held_blanks != nullptr)
+            cut_text(state->held_blanks, 0);
+        if (!append_text(&element->value, kept, kValueTag))
+            return false;
+        state->run.has_text = true;
+    }
+    const std::string_view blanks(end, static_cast<size_t>(text.data() + text.size() - end));
+    return blanks.empty() || append_text(&state->held_blanks, blanks, "Temp data buffer");
+}
+
+}  // namespace
+
+void end_run(State *state) {
+    state->run.is_open = false;
+    if (state->held_blanks != nullptr)
+        cut_text(state->held_blanks, 0);
+}
+
+void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
+    State *state = state_of(expat);
+    Element *element = current_of(state);
+    if (state->is_stopped || element == nullptr || length <= 0)
+        return;
+    auto *parser = static_cast<XML_Parser>(expat);
+    const std::string_view text(bytes, static_cast<size_t>(length));
+    const bool plain = is_plain(parser, text);
+    if (!plain || !continues(state->run, parser, text)) {
+        end_run(state);
+        const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
+        state->run = {};
+        state->run.is_trimmed = !keeps_blanks && element->value == nullptr;
+    }
+    state->run.is_open = plain;
+    state->run.end = XML_GetCurrentByteIndex(parser) + XML_GetCurrentByteCount(parser);
+    state->run.inner = bytes + length;
+    if (!append(state, element, text)) {
+        stop_without_memory(state);
+        return;
+    }
+    state->tree_bytes += text.size();
+}
+
+void XMLCALL on_start_cdata(void *parser) {
+    State *state = state_of(parser);
+    end_run(state);
+    state->state_bits |= ZXML_IN_CDATA | ZXML_HAD_CDATA;
+}
+
+void XMLCALL on_end_cdata(void *parser) {
+    State *state = state_of(parser);
+    end_run(state);
+    state->state_bits &= ~uint32_t{ZXML_IN_CDATA};
+}
+
+}  // namespace fsi::xml
