@@ -115,7 +115,7 @@ int32_t ZxmlElem_value_i(ZHandle handle) {
 
 int ZxmlElem_value_compare(ZHandle handle, const char *text, uint8_t ignore_case, int32_t n) {
     const Element *element = require_element(handle);
-    return element == nullptr ? -1 : compare(view(element->value), text, ignore_case, n);
+    return element == nullptr ? -1 : compare(text_of(element->value), text, ignore_case, n);
 }
 
 int ZxmlElem_set_value(ZHandle handle, const char *text, int32_t length) {

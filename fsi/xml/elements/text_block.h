@@ -21,7 +21,7 @@ struct TextBlock {
     std::string_view view() const { return {text(), length}; }
 };
 
-inline std::string_view view(const TextBlock *block) {
+inline std::string_view text_of(const TextBlock *block) {
     return block == nullptr ? std::string_view() : block->view();
 }
 

@@ -2,7 +2,7 @@
 //
 // The DOCTYPE.  Its internal subset is kept as text, element declarations in a form
 // of their own; in front stands the line on which the DOCTYPE begins.  What lies
-// between the end of that line and the closing bracket is what a writer may put
+// between the end of that line and the end of the DOCTYPE is what a writer may put
 // between brackets again.
 #include <cstring>
 
@@ -39,6 +39,7 @@ bool begin_text(State *state) {
     std::string_view line = doctype_line(state->fed_bytes);
     if (!append(&state->doctype_text, line, kTextTag))
         return false;
+    state->is_doctype_read = true;
     state->doctype_line_end = line.size();
     return true;
 }
@@ -188,6 +189,8 @@ void XMLCALL on_start_doctype(void *parser, const XML_Char *name, const XML_Char
 void XMLCALL on_end_doctype(void *parser) {
     State *state = state_of(parser);
     state->state_bits |= ZXML_DOCTYPE_ENDED;
+    // expat keeps the brackets to itself, so all up to here stands between them.
+    state->doctype_own_end = ZStringGetLength(state->doctype_text);
     if ((state->flags & ZXML_DEFAULT) == 0)
         XML_SetDefaultHandlerExpand(state->parser, nullptr);
 }
@@ -201,10 +204,6 @@ void XMLCALL on_default(void *parser, const XML_Char *text, int length) {
         stop_without_memory(state);
         return;
     }
-    // A bracket of its own closes the subset; all others are within tokens.
-    const bool is_own = (state->state_bits & ZXML_DOCTYPE_ENDED) == 0;
-    if (is_own && bytes == "]")
-        state->doctype_own_end = ZStringGetLength(state->doctype_text);
     if (!append(&state->doctype_text, bytes, kTextTag))
         stop_without_memory(state);
 }
@@ -216,6 +215,7 @@ void XMLCALL on_element_declaration(void *parser, const XML_Char *name, XML_Cont
         return;
     }
     const bool has_text = append(&state->doctype_text, {}, kTextTag);
+    state->is_doctype_read = true;
     ModelPrinter printer{state->doctype_text};
     if (has_text) {
         printer.put("<!ELEMENT ");

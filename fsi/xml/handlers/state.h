@@ -67,7 +67,9 @@ struct State : ZxmlExpatState {
     uint64_t source_bytes;
     uint64_t tree_bytes;
 
-    // In doctype_text: where the line of the DOCTYPE and where its own text ends.
+    // doctype_text is what was read: where in it the line of the DOCTYPE ends, and
+    // where the internal subset does.
+    bool is_doctype_read;
     size_t doctype_line_end;
     size_t doctype_own_end;
 

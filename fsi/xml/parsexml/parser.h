@@ -26,8 +26,6 @@ struct ParserInfo {
 // The record of a parser's handle, null and error 5 for anything else.
 ParserInfo *require_parser(ZHandle handle);
 
-// Lists a state from "XML parser" to "Done".
-void dump_state(const State &state);
 
 }  // namespace fsi::xml
 

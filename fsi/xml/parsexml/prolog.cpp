@@ -113,8 +113,7 @@ int ZxmlParser_set_raw_doctype(ZHandle handle, const char *text, int32_t length)
         return out_of_memory();
     ZSTRINGDelete(state->doctype_text);
     state->doctype_text = fresh.release();
-    state->doctype_line_end = 0;
-    state->doctype_own_end = 0;
+    state->is_doctype_read = false;
     return 1;
 }
 
