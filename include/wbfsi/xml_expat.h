@@ -41,10 +41,10 @@ typedef struct ZxmlExpatState {
     int32_t standalone;     /* of the XML declaration, -1 when it says nothing; 0 without one */
     ZArray *instructions;   /* pairs of ZString, target and data */
     ZHandle top_element;
-    ZHandle current_element; /* the innermost open one */
-    ZHash *element_hash;     /* of ZxmlHashNode, or null */
-    ZTTree *models;          /* of XML_Content, or null */
-    ZString top_comments;    /* a piece each */
+    ZHandle current_element;  /* the innermost open one */
+    ZHash *element_hash;      /* of ZxmlHashNode, or null */
+    ZTTree *models;           /* of XML_Content, or null */
+    ZString top_comments;     /* a piece each */
     ZString pending_comments; /* wait for the next element */
     ZString doctype_name;
     ZString doctype_text;

@@ -11,7 +11,6 @@
 #include "fsi/xml/elements/child_names.h"
 #include "fsi/xml/elements/element_hash.h"
 #include "fsi/xml/elements/occurrences.h"
-#include "host/strings.h"
 #include "wbfsi/xml_parser.h"
 
 namespace fsi::xml {
@@ -164,8 +163,7 @@ void delete_element(Element *element) {
     undeclare_when_unused();
 }
 
-bool add_attribute(Element *element, std::string_view name, std::string_view value,
-                   uint32_t more) {
+bool add_attribute(Element *element, std::string_view name, std::string_view value, uint32_t more) {
     Attributes *attributes = element->attributes;
     if (attributes == nullptr || attributes->count == attributes->capacity) {
         const uint32_t count = attributes == nullptr ? 0 : attributes->count;
@@ -201,13 +199,6 @@ void delete_attribute(Element *element, uint32_t number) {
     free_text(entry->value);
     attributes->count--;
     std::memmove(entry, entry + 1, (attributes->count - number) * sizeof(Attribute));
-}
-
-std::string_view trimmed(std::string_view text) {
-    size_t first = 0;
-    size_t end = 0;
-    Zspace_info(text.data(), text.size(), &first, &end);
-    return text.substr(first, end - first);
 }
 
 bool append_value(Element *element, std::string_view text, bool keep_blanks) {

@@ -97,8 +97,21 @@ inline std::span<Attribute> attributes_of(const Element &element) {
 // The value as ZxmlElem_append_value keeps it.
 bool append_value(Element *element, std::string_view text, bool keep_blanks);
 
+// What the host counts as blank: space, tab, CR, LF, VT, FF.
+constexpr bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 // The text without the blanks around it.
-std::string_view trimmed(std::string_view text);
+constexpr std::string_view trimmed(std::string_view text) {
+    size_t first = 0;
+    while (first < text.size() && is_blank(text[first]))
+        first++;
+    size_t end = text.size();
+    while (end > first && is_blank(text[end - 1]))
+        end--;
+    return text.substr(first, end - first);
+}
 
 bool append_comment(Element *element, std::string_view text);
 void delete_comments(Element *element);

@@ -20,8 +20,7 @@ bool reserve(Element *element, int count) {
     const auto capacity = static_cast<uint16_t>((count + 3) / 4 * 4);
     const bool was_small = element->index_capacity <= kSmallIndices;
     int32_t *old = was_small ? nullptr : element->indices;
-    auto *moved =
-        static_cast<int32_t *>(Zrealloc(old, capacity * sizeof(int32_t), kTag, kSource));
+    auto *moved = static_cast<int32_t *>(Zrealloc(old, capacity * sizeof(int32_t), kTag, kSource));
     if (moved == nullptr)
         return false;
     if (was_small)

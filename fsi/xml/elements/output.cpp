@@ -88,7 +88,9 @@ size_t open_character(std::string_view text) {
 
 Output::Output(void *target, int32_t encoding_type, bool is_ascii)
     : encoding_type_(encoding_type),
-      limit_(is_ascii ? 0x80 : encoding_type == kLatin1 ? 0x100 : UINT32_MAX) {
+      limit_(is_ascii                   ? 0x80
+             : encoding_type == kLatin1 ? 0x100
+                                        : UINT32_MAX) {
     if (target != nullptr && ZIsAString(target) != 0)
         string_ = static_cast<ZString>(target);
     else
@@ -198,8 +200,8 @@ void Output::give(const char *bytes, size_t size) {
 }
 
 void Output::flush() {
-    const bool converts = encoding_type_ == kUtf16Little || encoding_type_ == kUtf16Big ||
-                          encoding_type_ == kLatin1;
+    const bool converts =
+        encoding_type_ == kUtf16Little || encoding_type_ == kUtf16Big || encoding_type_ == kLatin1;
     if (!converts) {
         give(buffer_, used_);
         used_ = 0;

@@ -15,9 +15,9 @@ int validate_scratch(int32_t n) {
         return 0;
     if (xml_scratchlen > n)
         return 1;
-    auto *buffer = static_cast<char *>(
-        Zrealloc(xml_scratch, static_cast<size_t>(n),
-                 "XML parser scratch string for character conversions", "fsi/xml/elements/scratch"));
+    auto *buffer = static_cast<char *>(Zrealloc(
+        xml_scratch, static_cast<size_t>(n), "XML parser scratch string for character conversions",
+        "fsi/xml/elements/scratch"));
     if (buffer == nullptr) {
         fsi::xml::free_scratch();
         return 0;

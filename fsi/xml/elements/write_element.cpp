@@ -75,8 +75,7 @@ void write_end(Output *out, const Element &element, size_t indent) {
 
 uint32_t text_flags() {
     if (keep_whitespace < 0)
-        keep_whitespace =
-            std::max<int16_t>(ZCGetValueShort("XML_KEEP_WHITESPACE", 0), 0);
+        keep_whitespace = std::max<int16_t>(ZCGetValueShort("XML_KEEP_WHITESPACE", 0), 0);
     const bool keeps = keep_whitespace == 2 || keep_whitespace == 3;
     return keeps ? ZXML_ESCAPE : ZXML_ESCAPE | ZXML_TRIM;
 }
@@ -131,8 +130,8 @@ int32_t ZxmlElem_write_with_encoding(void *target, int32_t encoding_type,
     if (piece == nullptr || piece->text == nullptr)
         return 0;
     Output out(target, encoding_type);
-    size_t length = piece->length < 0 ? std::strlen(piece->text)
-                                      : static_cast<size_t>(piece->length);
+    size_t length =
+        piece->length < 0 ? std::strlen(piece->text) : static_cast<size_t>(piece->length);
     // Types of no encoding that is known here pass every byte.
     const bool is_known = encoding_type >= -1 && encoding_type <= 7 && encoding_type != 1;
     if (is_known || (flags & ZXML_ESCAPE) != 0)

@@ -22,7 +22,7 @@ bool is_bomb(const State &state) {
     return state.tree_bytes > kMaxFreeTree && state.tree_bytes / kMaxGrowth > state.source_bytes;
 }
 
-bool push_open(State *state, ZHandle element) {
+bool push_open(State *state, Element *element) {
     if (state->element_depth == state->open_capacity) {
         const uint32_t capacity = std::max(state->open_capacity * 2, 64U);
         if (capacity < state->open_capacity || capacity > UINT32_MAX / sizeof(ZHandle) / 2)
@@ -34,8 +34,10 @@ bool push_open(State *state, ZHandle element) {
         state->open_elements = moved;
         state->open_capacity = capacity;
     }
-    state->open_elements[state->element_depth++] = element;
-    state->current_element = element;
+    const ZHandle handle = element == nullptr ? 0 : element->handle;
+    state->open_elements[state->element_depth++] = handle;
+    state->current_element = handle;
+    state->current = element;
     return true;
 }
 
@@ -80,13 +82,14 @@ bool add_attributes(State *state, Element *element, const XML_Char **attributes)
 }
 
 bool take_pending_comments(State *state, Element *element) {
+    if (!state->has_pending_comments)
+        return true;
     const std::string_view pending = {ZStringGet(state->pending_comments),
                                       ZStringGetLength(state->pending_comments)};
-    if (pending.empty())
-        return true;
     if (element != nullptr && !append_comment(element, pending))
         return false;
     ZStringClear(state->pending_comments);
+    state->has_pending_comments = false;
     return true;
 }
 
@@ -107,19 +110,18 @@ bool enter_in_hash(State *state, Element *element) {
 // What expat tells of this start tag becomes an element; none where one that is open
 // above it was deleted.
 bool build_element(State *state, const XML_Char *name, const XML_Char **attributes,
-                   ZHandle *built) {
-    *built = 0;
-    Element *parent = current_of(state);
+                   Element **built) {
+    Element *parent = state->current;
     if (parent == nullptr && (state->element_depth > 0 || state->top_element != 0))
         return true;
     FoldedName folded;
     if (!folded.set(name, state->flags & 3))
         return false;
-    Element *element = create_element(parent, parent == nullptr ? 0 : parent->handle, folded.text,
-                                      nullptr);
+    Element *element =
+        create_element(parent, parent == nullptr ? 0 : parent->handle, folded.text, nullptr);
     if (element == nullptr)
         return false;
-    *built = element->handle;
+    *built = element;
     if (state->top_element == 0)
         state->top_element = element->handle;
     const size_t indices = static_cast<size_t>(element->array_depth + 1) * sizeof(int32_t);
@@ -135,7 +137,7 @@ void XMLCALL on_start_element(void *parser, const XML_Char *name, const XML_Char
     if (state->is_stopped)
         return;
     end_run(state);
-    ZHandle built = 0;
+    Element *built = nullptr;
     const bool is_built = build_element(state, name, attributes, &built);
     if (!push_open(state, built) || !is_built)
         stop_without_memory(state);
@@ -146,7 +148,7 @@ void XMLCALL on_end_element(void *parser, const XML_Char *) {
     if (state->is_stopped || state->element_depth == 0)
         return;
     end_run(state);
-    Element *element = current_of(state);
+    Element *element = state->current;
     if (!take_pending_comments(state, element)) {
         stop_without_memory(state);
         return;
@@ -154,13 +156,15 @@ void XMLCALL on_end_element(void *parser, const XML_Char *) {
     const bool keeps_blanks = (state->state_bits & (ZXML_KEEP_BLANKS | ZXML_HAD_CDATA)) != 0;
     if (element != nullptr && element->value != nullptr && !keeps_blanks) {
         const std::string_view value = element->value->view();
-        const std::string_view text = trimmed(value);
-        const size_t end = text.empty() ? 0 : static_cast<size_t>(text.end() - value.begin());
+        size_t end = value.size();
+        while (end > 0 && is_blank(value[end - 1]))
+            end--;
         cut_text(element->value, static_cast<uint32_t>(end));
     }
     state->element_depth--;
     state->current_element =
         state->element_depth == 0 ? 0 : state->open_elements[state->element_depth - 1];
+    state->current = element != nullptr ? element->parent : find_current(*state);
     state->state_bits &= ~uint32_t{ZXML_HAD_CDATA};
     state->records += state->element_depth == 1 ? 1 : 0;
 }

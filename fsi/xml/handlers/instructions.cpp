@@ -17,8 +17,7 @@ OwnedString make(std::string_view text, const char *tag) {
 
 bool has_array(ZArray **instructions) {
     if (*instructions == nullptr)
-        *instructions =
-            ARRAY_new(sizeof(Instruction), "Processing instructions array", kSource);
+        *instructions = ARRAY_new(sizeof(Instruction), "Processing instructions array", kSource);
     return *instructions != nullptr;
 }
 

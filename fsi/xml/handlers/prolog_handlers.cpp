@@ -69,7 +69,8 @@ bool without_generated_lines(ZRegExp *pattern, std::string_view comment, ZString
         return false;
     while (!comment.empty()) {
         const size_t newline = comment.find('\n');
-        const std::string_view text = comment.substr(0, newline == comment.npos ? newline : newline + 1);
+        const std::string_view text =
+            comment.substr(0, newline == comment.npos ? newline : newline + 1);
         comment.remove_prefix(text.size());
         ZStringClear(line.get());
         if (ZSTRINGAppendN(line.get(), text.data(), text.size()) == 0)
@@ -134,10 +135,10 @@ void XMLCALL on_comment(void *parser, const XML_Char *bytes) {
     const std::string_view comment = trimmed(bytes);
     if (comment.empty())
         return;
-    const bool is_kept =
-        state->element_depth > 0
-            ? add_piece(&state->pending_comments, comment, "XML Comments for element")
-            : add_top_comment(state, comment);
+    const bool is_kept = state->element_depth > 0 ? add_piece(&state->pending_comments, comment,
+                                                              "XML Comments for element")
+                                                  : add_top_comment(state, comment);
+    state->has_pending_comments = state->has_pending_comments || state->element_depth > 0;
     if (!is_kept)
         stop_without_memory(state);
 }

@@ -34,9 +34,9 @@ enum class SourceForm : uint8_t { kUnknown, kBytes, kLittleUnits, kBigUnits };
 // the numbers mean.
 struct ScannerState {
     uint8_t mode;
-    uint8_t matched;         // characters of the mark that ends the mode
-    uint8_t quote;           // the quote that is open, or 0
-    uint8_t is_in_subset;    // of the DOCTYPE
+    uint8_t matched;       // characters of the mark that ends the mode
+    uint8_t quote;         // the quote that is open, or 0
+    uint8_t is_in_subset;  // of the DOCTYPE
     uint32_t unused;
 };
 
@@ -51,9 +51,14 @@ struct State : ZxmlExpatState {
     // Handles of the open elements, outermost first; 0 where nothing is built.
     ZHandle *open_elements;
     uint32_t open_capacity;
+    // While expat is being fed, when nobody else deletes elements: the record of the
+    // innermost open one, null where nothing is built.
+    Element *current;
 
     TextRun run;
     TextBlock *held_blanks;  // at the end of a trimmed run, until it goes on
+
+    bool has_pending_comments;
 
     // A handler has stopped expat: no later event changes anything.
     bool is_stopped;
@@ -90,15 +95,15 @@ inline State *state_of(void *expat_parser) {
     return static_cast<State *>(XML_GetUserData(static_cast<XML_Parser>(expat_parser)));
 }
 
-// The element that events belong to; null where nothing is built.
-inline Element *current_of(State *state) {
-    return state->element_depth == 0 ? nullptr
-                                     : find_element(state->open_elements[state->element_depth - 1]);
+// The element that events belong to, looked up; null where nothing is built.
+inline Element *find_current(const State &state) {
+    return state.element_depth == 0 ? nullptr
+                                    : find_element(state.open_elements[state.element_depth - 1]);
 }
 
 // Whether an element that is open was deleted, so that nothing is built in it.
-inline bool is_below_deleted(State *state) {
-    return state->element_depth > 0 && current_of(state) == nullptr;
+inline bool is_below_deleted(const State *state) {
+    return state->element_depth > 0 && state->current == nullptr;
 }
 
 // A handler could not get memory: f_errno 14, expat stops.

@@ -25,8 +25,7 @@ bool is_plain(XML_Parser parser, std::string_view text) {
 // Whether the text goes on where the open run ended: in the source, or in the text of
 // an entity, for all of which the source stands still.
 bool continues(const TextRun &run, XML_Parser parser, std::string_view text) {
-    return run.is_open &&
-           (run.end == XML_GetCurrentByteIndex(parser) || run.inner == text.data());
+    return run.is_open && (run.end == XML_GetCurrentByteIndex(parser) || run.inner == text.data());
 }
 
 bool append(State *state, Element *element, std::string_view text) {
@@ -64,15 +63,19 @@ void end_run(State *state) {
 
 void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     State *state = state_of(expat);
-    Element *element = current_of(state);
+    Element *element = state->current;
     if (state->is_stopped || element == nullptr || length <= 0)
         return;
     auto *parser = static_cast<XML_Parser>(expat);
     const std::string_view text(bytes, static_cast<size_t>(length));
+    const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
+    // Blanks in front of the first text, as between the tags of most documents, are
+    // nothing, whatever run they belong to.
+    if (element->value == nullptr && !keeps_blanks && trimmed(text).empty())
+        return;
     const bool plain = is_plain(parser, text);
     if (!plain || !continues(state->run, parser, text)) {
         end_run(state);
-        const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
         state->run = {};
         state->run.is_trimmed = !keeps_blanks && element->value == nullptr;
     }

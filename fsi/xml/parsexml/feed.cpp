@@ -70,6 +70,7 @@ void end_in_error(State *state) {
 // Feeds bytes; false at an error, which ends feeding.
 bool feed(State *state, const char *bytes, size_t size, bool is_final) {
     state->source_bytes += size;
+    state->current = find_current(*state);
     do {
         const int piece = size > INT_MAX ? INT_MAX : static_cast<int>(size);
         size -= static_cast<size_t>(piece);

@@ -138,8 +138,8 @@ ZHandle ZxmlParser_new(const char *source, uint32_t flags, int32_t length) {
         if (const int32_t error = open_input(parser, source); error != 0)
             return fail(handle, error);
     }
-    parser->state = source == nullptr ? make_state(flags)
-                                      : static_cast<State *>(expat_create_parser(flags));
+    parser->state =
+        source == nullptr ? make_state(flags) : static_cast<State *>(expat_create_parser(flags));
     if (parser->state == nullptr)
         return fail(handle, ZXML_NO_MEMORY);
     set_keep_blanks(parser->state);

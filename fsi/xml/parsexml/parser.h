@@ -26,7 +26,6 @@ struct ParserInfo {
 // The record of a parser's handle, null and error 5 for anything else.
 ParserInfo *require_parser(ZHandle handle);
 
-
 }  // namespace fsi::xml
 
 #endif

@@ -39,9 +39,8 @@ struct Units {
     static size_t find(const char *bytes, size_t from, size_t count, char mark) {
         if constexpr (kSize == 1) {
             const void *found = std::memchr(bytes + from, mark, count - from);
-            return found == nullptr
-                       ? count
-                       : static_cast<size_t>(static_cast<const char *>(found) - bytes);
+            return found == nullptr ? count
+                                    : static_cast<size_t>(static_cast<const char *>(found) - bytes);
         } else {
             while (from < count && at(bytes, from) != static_cast<uint8_t>(mark))
                 from++;

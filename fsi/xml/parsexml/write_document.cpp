@@ -89,7 +89,8 @@ void write_generated_comment(Output *out, std::string_view file_name) {
 }
 
 void write_instructions(Output *out, const State &state) {
-    for (uint32_t i = 0; state.instructions != nullptr && i < Array_count(state.instructions); i++) {
+    for (uint32_t i = 0; state.instructions != nullptr && i < Array_count(state.instructions);
+         i++) {
         const auto *one = static_cast<const Instruction *>(Array_get(state.instructions, i));
         if (one->target == nullptr)
             continue;
