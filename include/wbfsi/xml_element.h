@@ -10,7 +10,8 @@
  *     ZxmlElem_delete(order);
  *
  * Texts given are in the program's character set, a pointer and a length in bytes,
- * negative for up to the zero byte; they are kept as UTF-8.  Texts fetched come
+ * negative for up to the zero byte, which ends them in any case; null is empty.  They
+ * are kept as UTF-8, and must not lie in xml_scratch.  Texts fetched come
  * back in the program's character set by two calls: with buffer null and size 0 the
  * result is the length in bytes, terminator not counted; with a buffer of that
  * length and one more the text and a zero byte are in it.  At most size bytes are
@@ -83,7 +84,7 @@ WBFSI_API int ZxmlElem_is_element(ZHandle handle);
 
 /* A pointer of the caller's that goes with the element; it is set once and neither
  * followed nor freed.  1 when it was stored; 0 for a bad handle and when there is one
- * already.  A null pointer can be set again. */
+ * already, or with error 1.  A null pointer is none. */
 WBFSI_API int ZxmlElem_set_user_data(ZHandle element, void *data);
 WBFSI_API void *ZxmlElem_user_data(ZHandle element);
 
@@ -119,10 +120,10 @@ WBFSI_API int32_t ZxmlElem_value(ZHandle element, char *buffer, int32_t size);
  * handle. */
 WBFSI_API int32_t ZxmlElem_value_i(ZHandle element);
 
-/* Sets the value; a null text is "<null>".  1 when it changed or is the same.  What
- * the value begins with shortens it to `length` bytes of UTF-8; when that is all of
- * it the result is 1, and when `length` is more, as any negative one is, nothing
- * changes and the result is 0.  0 with error 1 without memory. */
+/* Sets the value; a null text is "<null>".  1 when it is the text now.  With a negative
+ * length a text that the value begins with, or is, changes nothing and gives 0: it does
+ * not shorten the value as the same text with its length does.  0 with error 1 without
+ * memory. */
 WBFSI_API int ZxmlElem_set_value(ZHandle element, const char *text, int32_t length);
 
 /* Appends to the value.  With keep_blanks 0 the first text loses the blanks around it,
@@ -180,11 +181,12 @@ WBFSI_API const char *ZxmlElem_error(int32_t *number);
 
 /* The buffer that texts pass through between the program's character set and UTF-8;
  * null and 0 until it is used and after the last parser was released. */
-extern WBFSI_API char *xml_scratch;
-extern WBFSI_API int32_t xml_scratchlen;
+WBFSI_API extern char *xml_scratch;
+WBFSI_API extern int32_t xml_scratchlen;
 
-/* Makes the buffer longer than n bytes, or exactly n.  1 when it is; 0 when memory is
- * refused, and the buffer is gone then, and for n = 0 with a buffer of 0 bytes. */
+/* Leaves a buffer that is longer than n bytes as it is, and makes any other exactly n
+ * bytes long.  1; 0 when memory is refused, and the buffer is gone then, and always for
+ * n = 0, which leaves it. */
 WBFSI_API int validate_scratch(int32_t n);
 
 WBFSI_END

@@ -22,8 +22,6 @@ int element_type;  // 0: not declared
 
 void unlink(Element *element) {
     Element *const parent = element->parent;
-    if (parent == nullptr)
-        return;
     (element->previous != nullptr ? element->previous->next : parent->first_child) = element->next;
     (element->next != nullptr ? element->next->previous : parent->last_child) = element->previous;
     parent->child_count--;
@@ -38,12 +36,20 @@ void link(Element *element, Element *parent, Element *before) {
     parent->child_count++;
 }
 
-// Leaves first, so that each finds itself without children.
+void forget_child_names(Element *element) {
+    if (element->child_names != nullptr) {
+        free_child_names(element->child_names);
+        element->child_names = nullptr;
+    }
+}
+
+// Leaves first, so that each finds itself without children.  The tables of names go on
+// the way down: children of who goes as well are not counted out.
 void free_descendants(Element *top) {
     Element *at = top;
     while (true) {
-        while (at->first_child != nullptr)
-            at = at->first_child;
+        for (; at->first_child != nullptr; at = at->first_child)
+            forget_child_names(at);
         if (at == top)
             return;
         Element *const up = at->parent;
@@ -73,12 +79,15 @@ void free_extras(Extras *extras) {
 
 void destroy(ZHandle, void *record) {
     auto *element = static_cast<Element *>(record);
-    unlink(element);
+    if (element->parent != nullptr) {
+        uncount_child(element->parent, *element);
+        unlink(element);
+    }
     free_descendants(element);
+    forget_child_names(element);
     release_name(element->name);
     free_text(element->value);
     free_attributes(element->attributes);
-    free_child_names(element->child_names);
     free_indices(element);
     free_extras(element->extras);
 }
@@ -99,20 +108,41 @@ ZHandle new_handle() {
 }
 
 // Numbers the new child among those of its name, which may turn the only one there
-// was into the first of a row.
-bool number_child(Element *element, Element *parent) {
+// was into the first of a row: that is done last, when nothing can fail behind it.
+bool join_family(Element *element, Element *parent) {
     NameCount same{};
-    if (!find_name(parent, element->name, &same) || !copy_indices(element, *parent))
+    if (!find_name(parent, element->name, &same) || !make_room_for_name(parent))
         return false;
     if (same.count == 0)
+        return copy_indices(element, *parent, 0);
+    if (!copy_indices(element, *parent, static_cast<int32_t>(same.count + 1)))
+        return false;
+    if (same.count > 1)
         return true;
-    if (same.count == 1) {
-        Element *only = find_element(same.handles);
-        if (only != nullptr && only->array_depth == parent->array_depth &&
-            !become_first(only, parent->array_depth))
-            return false;
-    }
-    return add_level(element, static_cast<int32_t>(same.count + 1));
+    Element *const only = find_element(same.handles);
+    return only == nullptr || only->array_depth != parent->array_depth ||
+           become_first(only, parent->array_depth);
+}
+
+// Room for one attribute; where the block must grow, for `more` behind it.
+bool has_attribute_room(Element *element, uint32_t more) {
+    Attributes *attributes = element->attributes;
+    const uint32_t count = attributes == nullptr ? 0 : attributes->count;
+    if (attributes != nullptr && count < attributes->capacity)
+        return true;
+    constexpr uint32_t kMost = INT32_MAX / sizeof(Attribute) / 2;
+    if (count >= kMost)
+        return false;
+    const uint32_t capacity = std::min(std::max(count + 1 + more, count * 2), kMost);
+    attributes = static_cast<Attributes *>(
+        Zrealloc(attributes, sizeof(Attributes) + capacity * sizeof(Attribute),
+                 "XML elements attributes array", kSource));
+    if (attributes == nullptr)
+        return false;
+    attributes->count = count;
+    attributes->capacity = capacity;
+    element->attributes = attributes;
+    return true;
 }
 
 bool has_extras(Element *element) {
@@ -141,10 +171,7 @@ Element *create_element(Element *parent, ZHandle parent_argument, std::string_vi
     element->parent_argument = parent_argument;
     element->array_depth = -1;
     element->name = hold_name(name);
-    const bool is_whole =
-        element->name != nullptr &&
-        (parent == nullptr || (number_child(element, parent) && make_room_for_name(parent)));
-    if (!is_whole) {
+    if (element->name == nullptr || (parent != nullptr && !join_family(element, parent))) {
         H_FREE(handle);
         undeclare_when_unused();
         return nullptr;
@@ -157,39 +184,25 @@ Element *create_element(Element *parent, ZHandle parent_argument, std::string_vi
 }
 
 void delete_element(Element *element) {
-    if (element->parent != nullptr)
-        uncount_child(element->parent, *element);
     H_FREE(element->handle);
     undeclare_when_unused();
 }
 
-bool add_attribute(Element *element, std::string_view name, std::string_view value, uint32_t more) {
-    Attributes *attributes = element->attributes;
-    if (attributes == nullptr || attributes->count == attributes->capacity) {
-        const uint32_t count = attributes == nullptr ? 0 : attributes->count;
-        constexpr uint32_t kMost = INT32_MAX / sizeof(Attribute) / 2;
-        if (count >= kMost)
-            return false;
-        const uint32_t capacity = std::min(std::max(count + 1 + more, count * 2), kMost);
-        attributes = static_cast<Attributes *>(
-            Zrealloc(attributes, sizeof(Attributes) + capacity * sizeof(Attribute),
-                     "XML elements attributes array", kSource));
-        if (attributes == nullptr)
-            return false;
-        attributes->count = count;
-        attributes->capacity = capacity;
-        element->attributes = attributes;
-    }
-    Name *const held = hold_name(name);
-    if (held == nullptr)
-        return false;
+bool add_attribute(Element *element, Name *name, std::string_view value, uint32_t more) {
     TextBlock *const text = make_text(value, "XML element attribute value");
-    if (text == nullptr) {
-        release_name(held);
+    if (text == nullptr || !has_attribute_room(element, more)) {
+        free_text(text);
+        release_name(name);
         return false;
     }
-    attributes->entries()[attributes->count++] = {held, text};
+    Attributes *const attributes = element->attributes;
+    attributes->entries()[attributes->count++] = {name, text};
     return true;
+}
+
+bool add_attribute(Element *element, std::string_view name, std::string_view value, uint32_t more) {
+    Name *const held = hold_name(name);
+    return held != nullptr && add_attribute(element, held, value, more);
 }
 
 void delete_attribute(Element *element, uint32_t number) {

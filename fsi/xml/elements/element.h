@@ -80,13 +80,15 @@ Element *find_element(ZHandle handle);
 Element *create_element(Element *parent, ZHandle parent_argument, std::string_view name,
                         Element *before);
 
-// Takes the element out of its parent's count of names and frees it with all below
-// it.  The type of the handles goes with the last of them.
+// Frees the element with all below it.  The type of the handles goes with the last of
+// them.
 void delete_element(Element *element);
 
-// Adds an attribute, with room for `more` behind it when the block must grow.
+// Adds an attribute, with room for `more` behind it when the block must grow.  A name
+// that is held already is taken over, also when nothing is added.
 bool add_attribute(Element *element, std::string_view name, std::string_view value,
                    uint32_t more = 0);
+bool add_attribute(Element *element, Name *name, std::string_view value, uint32_t more = 0);
 void delete_attribute(Element *element, uint32_t number);
 inline std::span<Attribute> attributes_of(const Element &element) {
     if (element.attributes == nullptr)
@@ -110,7 +112,7 @@ constexpr std::string_view trimmed(std::string_view text) {
     size_t end = text.size();
     while (end > first && is_blank(text[end - 1]))
         end--;
-    return text.substr(first, end - first);
+    return {text.data() + first, end - first};
 }
 
 bool append_comment(Element *element, std::string_view text);

@@ -24,8 +24,11 @@ constexpr unsigned char folded(unsigned char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c - 'A' + 'a') : c;
 }
 
-// As strcmp, strncmp and their siblings without case; n negative: all.
+// As strcmp, strncmp and their siblings without case; n negative: all.  A null text is
+// empty.
 int compare(std::string_view stored, const char *text, uint8_t ignore_case, int32_t n) {
+    if (text == nullptr)
+        text = "";
     const size_t most = n < 0 ? SIZE_MAX : static_cast<size_t>(n);
     for (size_t i = 0; i < most; i++) {
         auto a = static_cast<unsigned char>(i < stored.size() ? stored[i] : '\0');
@@ -45,7 +48,7 @@ int compare(std::string_view stored, const char *text, uint8_t ignore_case, int3
 // As strtol with base 10 reads 32 bits, the same in both widths.
 int32_t leading_number(std::string_view text) {
     size_t i = 0;
-    while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r')))
+    while (i < text.size() && is_blank(text[i]))
         i++;
     const bool is_negative = i < text.size() && text[i] == '-';
     if (i < text.size() && (text[i] == '-' || text[i] == '+'))
@@ -129,16 +132,19 @@ int ZxmlElem_set_value(ZHandle handle, const char *text, int32_t length) {
     const auto converted = to_utf8(text, length);
     if (!converted)
         return out_of_memory();
-    if (element->value == nullptr && !append_text(&element->value, {}, kValueTag))
-        return out_of_memory();
-    const std::string_view stored = element->value->view();
-    if (stored.starts_with(*converted)) {
-        if (length < 0)
-            return 0;  // stands for more than any length
-        cut_text(element->value, static_cast<uint32_t>(converted->size()));
-        return 1;
+    const std::string_view stored = text_of(element->value);
+    if (element->value != nullptr && !stored.starts_with(*converted))
+        return assign_text(&element->value, *converted, kValueTag) ? 1 : out_of_memory();
+    if (element->value == nullptr) {
+        if (!append_text(&element->value, *converted, kValueTag))
+            return out_of_memory();
+        // Made empty first: what is empty begins with an empty text.
+        return length < 0 && converted->empty() ? 0 : 1;
     }
-    return assign_text(&element->value, *converted, kValueTag) ? 1 : out_of_memory();
+    if (length < 0)
+        return 0;  // stands for more than any length
+    cut_text(element->value, static_cast<uint32_t>(converted->size()));
+    return 1;
 }
 
 int ZxmlElem_append_value(ZHandle handle, const char *text, int32_t length, uint8_t keep_blanks) {
@@ -198,9 +204,13 @@ int32_t ZxmlElem_add_attribute(ZHandle handle, const char *name, int32_t name_le
     const auto name_text = to_utf8(name, name_length);
     Name *const held = name_text ? hold_name(*name_text) : nullptr;
     const auto value_text = held != nullptr ? to_utf8(value, value_length) : std::nullopt;
-    const bool is_added = value_text && add_attribute(element, held->view(), *value_text);
-    release_name(held);
-    return is_added ? static_cast<int32_t>(element->attributes->count) : out_of_memory();
+    if (!value_text) {
+        release_name(held);
+        return out_of_memory();
+    }
+    return add_attribute(element, held, *value_text)
+               ? static_cast<int32_t>(element->attributes->count)
+               : out_of_memory();
 }
 
 int ZxmlElem_modify_attribute(ZHandle handle, uint32_t number, const char *value, int32_t length) {

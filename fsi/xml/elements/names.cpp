@@ -5,7 +5,9 @@
 #include "fsi/xml/elements/names.h"
 
 #include <sys/auxv.h>
+#include <sys/random.h>
 
+#include <array>
 #include <cstring>
 
 #include "host/memory.h"
@@ -22,63 +24,73 @@ struct Table {
     uint32_t count;
 };
 
-Table table;
+// Always there: few names need no block.
+Name *first_buckets[kFirstBuckets];
+Table table = {first_buckets, kFirstBuckets - 1, 0};
 
-// Of 16 random bytes that the kernel gives each process.
-uint64_t hash_key;
+// Drawn once a process, so that nobody can choose names that meet in one bucket.
+struct Keys {
+    std::array<uint32_t, 4> words;
+    bool are_drawn;
+};
+Keys keys;
 
-uint64_t seed() {
-    if (hash_key == 0) {
-        hash_key = 0x9E3779B97F4A7C15U;
+void draw_keys() {
+    if (getrandom(&keys.words, sizeof keys.words, GRND_NONBLOCK) != sizeof keys.words) {
+        // Early in boot or in a sandbox: 16 random bytes that each process starts with.
         const auto *random = reinterpret_cast<const unsigned char *>(getauxval(AT_RANDOM));
         if (random != nullptr)
-            std::memcpy(&hash_key, random, sizeof hash_key);
-        hash_key |= 1;
+            std::memcpy(&keys.words, random, sizeof keys.words);
     }
-    return hash_key;
+    keys.are_drawn = true;
+}
+
+// Two halves that are multiplied with each other, both keyed: what a change of one half
+// does depends on the other one, which is secret.
+struct Hash {
+    uint32_t a, b;
+
+    void mix(uint32_t low, uint32_t high) {
+        const uint64_t product = uint64_t{a ^ low} * (b ^ high);
+        a = static_cast<uint32_t>(product) ^ keys.words[2];
+        b = static_cast<uint32_t>(product >> 32) ^ keys.words[3];
+    }
+};
+
+uint32_t load(const char *bytes) {
+    uint32_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
 }
 
 uint32_t hash_of(std::string_view text) {
-    // Multiply and fold, eight bytes at a time, each step keyed by the seed.
-    const uint64_t key = seed();
-    uint64_t hash = key ^ (text.size() * 0x9E3779B97F4A7C15U);
     const char *bytes = text.data();
     size_t left = text.size();
-    const auto mix = [&](uint64_t word) {
-        hash = (hash ^ word) * 0xD6E8FEB86659FD93U;
-        hash ^= hash >> 32;
-        hash += key;
-    };
-    for (; left >= 8; left -= 8, bytes += 8) {
-        uint64_t word;
-        std::memcpy(&word, bytes, 8);
-        mix(word);
-    }
-    uint64_t word = 0;
+    Hash hash = {keys.words[0] ^ static_cast<uint32_t>(left), keys.words[1]};
+    for (; left > 8; left -= 8, bytes += 8)
+        hash.mix(load(bytes), load(bytes + 4));
     if (left >= 4) {
-        uint32_t low, high;
-        std::memcpy(&low, bytes, 4);
-        std::memcpy(&high, bytes + left - 4, 4);
-        word = low | uint64_t{high} << 32;
+        hash.mix(load(bytes), load(bytes + left - 4));
     } else if (left > 0) {
-        word = static_cast<unsigned char>(bytes[0]) |
-               uint32_t{static_cast<unsigned char>(bytes[left / 2])} << 8 |
-               uint32_t{static_cast<unsigned char>(bytes[left - 1])} << 16;
+        hash.mix(static_cast<unsigned char>(bytes[0]) |
+                     uint32_t{static_cast<unsigned char>(bytes[left / 2])} << 8 |
+                     uint32_t{static_cast<unsigned char>(bytes[left - 1])} << 16,
+                 0);
     }
-    mix(word);
-    mix(key >> 7);
-    return static_cast<uint32_t>(hash >> 16);
+    hash.mix(0, 0);
+    return hash.a ^ hash.b;
 }
 
-bool grow() {
-    const uint32_t old_size = table.buckets == nullptr ? 0 : table.mask + 1;
-    const uint32_t size = old_size == 0 ? kFirstBuckets : old_size * 2;
-    if (size > UINT32_MAX / sizeof(Name *) / 2)
-        return old_size != 0;
+// Twice the buckets.  Without memory the chains grow longer, and nothing else happens.
+void grow() {
+    const uint32_t old_size = table.mask + 1;
+    if (old_size > UINT32_MAX / sizeof(Name *) / 4)
+        return;
+    const uint32_t size = old_size * 2;
     auto **buckets =
         static_cast<Name **>(Zmalloc(size * sizeof(Name *), "XML element name table", kSource));
     if (buckets == nullptr)
-        return old_size != 0;  // chains grow longer, nothing else happens
+        return;
     std::memset(buckets, 0, size * sizeof(Name *));
     for (uint32_t i = 0; i < old_size; i++) {
         for (Name *name = table.buckets[i]; name != nullptr;) {
@@ -89,37 +101,36 @@ bool grow() {
             name = next;
         }
     }
-    Zfree(table.buckets);
+    if (table.buckets != first_buckets)
+        Zfree(table.buckets);
     table.buckets = buckets;
     table.mask = size - 1;
-    return true;
 }
 
-void free_table_when_empty() {
-    if (table.count == 0) {
+void return_to_first_buckets() {
+    if (table.buckets != first_buckets)
         Zfree(table.buckets);
-        table = {};
-    }
+    table = {first_buckets, kFirstBuckets - 1, 0};
+    std::memset(first_buckets, 0, sizeof first_buckets);
 }
 
 }  // namespace
 
 Name *hold_name(std::string_view text) {
-    if ((table.buckets == nullptr || table.count > table.mask) && !grow())
-        return nullptr;
+    if (!keys.are_drawn)
+        draw_keys();
     const uint32_t hash = hash_of(text);
-    Name *&bucket = table.buckets[hash & table.mask];
-    for (Name *name = bucket; name != nullptr; name = name->next) {
-        if (name->hash == hash && name->length == text.size() &&
-            std::memcmp(name->text(), text.data(), text.size()) == 0)
+    for (Name *name = table.buckets[hash & table.mask]; name != nullptr; name = name->next) {
+        if (name->hash == hash && name->view() == text)
             return hold_name(name);
     }
     auto *name =
         static_cast<Name *>(Zmalloc(sizeof(Name) + text.size() + 1, "XML element name", kSource));
-    if (name == nullptr) {
-        free_table_when_empty();
+    if (name == nullptr)
         return nullptr;
-    }
+    if (table.count > table.mask)
+        grow();
+    Name *&bucket = table.buckets[hash & table.mask];
     *name = {bucket, 1, hash, static_cast<uint32_t>(text.size())};
     auto *bytes = reinterpret_cast<char *>(name + 1);
     if (!text.empty())
@@ -138,8 +149,8 @@ void release_name(Name *name) {
         link = &(*link)->next;
     *link = name->next;
     Zfree(name);
-    table.count--;
-    free_table_when_empty();
+    if (--table.count == 0)
+        return_to_first_buckets();
 }
 
 }  // namespace fsi::xml

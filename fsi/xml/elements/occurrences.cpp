@@ -13,10 +13,12 @@ constexpr const char *kTag = "XML element array_indices array";
 
 // Room for `count` numbers, which stay as they are.
 bool reserve(Element *element, int count) {
-    if (count <= element->index_capacity || count <= kSmallIndices)
+    if (count <= kSmallIndices)
         return true;
     if (count > kMaxArrayDepth + 1)
         return false;
+    if (count <= element->index_capacity)
+        return true;
     const auto capacity = static_cast<uint16_t>((count + 3) / 4 * 4);
     const bool was_small = element->index_capacity <= kSmallIndices;
     int32_t *old = was_small ? nullptr : element->indices;
@@ -47,22 +49,17 @@ void insert_level(Element *element, int parent_depth) {
 
 }  // namespace
 
-bool copy_indices(Element *element, Element &parent) {
+bool copy_indices(Element *element, Element &parent, int32_t number) {
     const int count = parent.array_depth + 1;
-    if (!reserve(element, count))
+    const int more = number != 0 ? 1 : 0;
+    if (!reserve(element, count + more))
         return false;
+    int32_t *indices = element->index_array();
     if (count > 0)
-        std::memcpy(element->index_array(), parent.index_array(),
-                    static_cast<size_t>(count) * sizeof(int32_t));
-    element->array_depth = parent.array_depth;
-    return true;
-}
-
-bool add_level(Element *element, int32_t number) {
-    if (!reserve(element, element->array_depth + 2))
-        return false;
-    element->array_depth++;
-    element->index_array()[element->array_depth] = number;
+        std::memcpy(indices, parent.index_array(), static_cast<size_t>(count) * sizeof(int32_t));
+    if (more != 0)
+        indices[count] = number;
+    element->array_depth = static_cast<int16_t>(parent.array_depth + more);
     return true;
 }
 

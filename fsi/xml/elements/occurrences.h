@@ -8,11 +8,9 @@
 
 namespace fsi::xml {
 
-// Gives a new child the numbers of its parent.
-bool copy_indices(Element *element, Element &parent);
-
-// Appends a level with this number.
-bool add_level(Element *element, int32_t number);
+// Gives a new child the numbers of its parent and, unless it is 0, its own as one
+// level more.
+bool copy_indices(Element *element, Element &parent, int32_t number);
 
 // Makes an only child the first of a row: a level is put in for it and for all below
 // it.  `parent_depth` is the array depth of its parent.  All or nothing.
