@@ -44,7 +44,11 @@ enum {
     ZXML_UNPARSED_ENTITIES = 32768,
     ZXML_NOTATIONS = 65536,
     ZXML_HASH = 131072, /* keep a hash of the elements by name */
-    ZXML_DECLARATION = 262144
+    ZXML_DECLARATION = 262144,
+
+    /* what most programs want: the tree, and a prolog that can be written again */
+    ZXML_READ_USUAL = ZXML_ELEMENTS | ZXML_TEXT | ZXML_INSTRUCTIONS | ZXML_COMMENTS | ZXML_CDATA |
+                      ZXML_DOCTYPE | ZXML_DECLARATION
 };
 
 /* What the element hash holds: an element, and the next one of the same name in
@@ -80,8 +84,9 @@ WBFSI_API int ZxmlParser_is_parser(ZHandle handle);
 WBFSI_API ZHandle ZxmlParser_of_element(ZHandle element);
 
 /* Reads the next record, a child of the top element with all below it.  1; 0 at the
- * end (f_errno 8) and after an error, then again on every call.  Records read before
- * stay in the tree; the element hash holds those of the last one alone. */
+ * end (f_errno 8) and after an error, then again on every call.  The end is that of the
+ * top element: what stands behind it is not read.  Records read before stay in the
+ * tree; the element hash holds the elements of the last one alone. */
 WBFSI_API int ZxmlParser_parse_record(ZHandle parser);
 
 /* The innermost open element, and the top element; 0 for none. */
@@ -109,7 +114,8 @@ WBFSI_API int ZxmlParser_set_raw_doctype(ZHandle parser, const char *text, int32
 
 /* Processing instructions, numbered from 0.  The count is one more than their number;
  * 0 with error 18 when there are none.  Fetching gives the length, -1 with error 18 or
- * 17 (no such number); setting stores a pair at any number (1; 0 with error 1);
+ * 17 (no such number); setting stores a pair at a number
+ * below 1000000 and frees the one that was there (1; 0 with error 1 or 17);
  * deleting moves later ones down (1; 0 with error 18 or 17). */
 WBFSI_API int32_t ZxmlParser_processing_instruction_count(ZHandle parser);
 WBFSI_API int32_t ZxmlParser_get_processing_instruction_target(ZHandle parser, uint32_t number,

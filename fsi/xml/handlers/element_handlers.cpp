@@ -166,7 +166,8 @@ void XMLCALL on_end_element(void *parser, const XML_Char *) {
         state->element_depth == 0 ? 0 : state->open_elements[state->element_depth - 1];
     state->current = element != nullptr ? element->parent : find_current(*state);
     state->state_bits &= ~uint32_t{ZXML_HAD_CDATA};
-    state->records += state->element_depth == 1 ? 1 : 0;
+    if (state->stops_at_record && state->element_depth <= 1)
+        XML_StopParser(state->parser, XML_TRUE);
 }
 
 }  // namespace fsi::xml

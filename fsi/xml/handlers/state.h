@@ -23,7 +23,7 @@ struct TextRun {
     bool is_open;       // the next piece may continue it
     bool is_trimmed;    // the first text of its element, blanks not kept
     bool has_text;      // something of it is in the value
-    XML_Index end;      // source offset behind the last piece
+    unsigned long end;  // source offset behind the last piece, modulo its width
     const char *inner;  // its end in memory, which tells pieces in an entity apart
 };
 
@@ -37,7 +37,6 @@ struct ScannerState {
     uint8_t matched;       // characters of the mark that ends the mode
     uint8_t quote;         // the quote that is open, or 0
     uint8_t is_in_subset;  // of the DOCTYPE
-    uint32_t unused;
 };
 
 // How feeding ended: the file error, and the code behind it of expat (19) or the
@@ -64,9 +63,16 @@ struct State : ZxmlExpatState {
     bool is_stopped;
     bool has_failed_memory;  // f_errno 14 stays, whatever expat says of it
     bool is_ended;           // expat has had its final call, or an error
-    FeedOutcome outcome;     // then
-    uint64_t records;        // children of the top element that have ended
-    uint64_t records_told;   // of them, by ZxmlParser_parse_record
+    bool is_final;           // the final call was made; while suspended, it goes on
+    FeedOutcome outcome;     // of feeding that has ended
+
+    // Reading a record: the end tag of a child of the top element, or its own,
+    // suspends expat, and the next record begins by resuming it.
+    bool stops_at_record;
+    bool is_suspended;
+    bool is_gathering;  // expat has the start of a token; the scanner knows where it ends
+    size_t searched;    // bytes from the position on that have no ">"
+    size_t last_fed;    // bytes in front of the position that expat was fed last
 
     // Sizes for the limit on what few bytes may grow to.
     uint64_t source_bytes;

@@ -25,7 +25,8 @@ bool is_plain(XML_Parser parser, std::string_view text) {
 // Whether the text goes on where the open run ended: in the source, or in the text of
 // an entity, for all of which the source stands still.
 bool continues(const TextRun &run, XML_Parser parser, std::string_view text) {
-    return run.is_open && (run.end == XML_GetCurrentByteIndex(parser) || run.inner == text.data());
+    return run.is_open && (run.end == static_cast<unsigned long>(XML_GetCurrentByteIndex(parser)) ||
+                           run.inner == text.data());
 }
 
 bool append(State *state, Element *element, std::string_view text) {
@@ -80,7 +81,8 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
         state->run.is_trimmed = !keeps_blanks && element->value == nullptr;
     }
     state->run.is_open = plain;
-    state->run.end = XML_GetCurrentByteIndex(parser) + XML_GetCurrentByteCount(parser);
+    state->run.end = static_cast<unsigned long>(XML_GetCurrentByteIndex(parser)) +
+                     static_cast<unsigned long>(XML_GetCurrentByteCount(parser));
     state->run.inner = bytes + length;
     if (!append(state, element, text)) {
         stop_without_memory(state);

@@ -1,16 +1,27 @@
 // SPDX-License-Identifier: MIT
 //
-// The two loops that feed expat.  Reading the whole input at once, expat is fed what
-// comes; where a token has grown long without its end, reads are gathered until they
-// are as long again, so that the work stays in proportion.  Reading up to the next
-// ">", a token is fed when it is closed (scanner.h), so that its events come at once
-// and expat never begins it anew; one that outgrows its block is fed as far as it
-// goes, and the block doubles.
+// The three loops that feed expat.
+//
+// Reading all, expat is fed what comes; where a read ends within a token, reads are
+// gathered until they are as long as what expat has of it, so that beginning it anew
+// stays in proportion however little a read brings.
+//
+// Reading up to the next ">", a token is fed when it is closed (scanner.h), so that
+// its events come at once and expat never begins it anew; one that outgrows its block
+// is fed as far as it goes, and the block doubles.
+//
+// Reading a record, expat is fed up to the last ">" there is and suspended where the
+// record ends.  That ">" may be within a token: the scanner then finds where it
+// closes, and what follows is gathered up to there as in the second loop.
+#include "fsi/xml/parsexml/feed.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 
 #include "fsi/base/text.h"
+#include "fsi/xml/elements/errors.h"
 #include "fsi/xml/handlers/state.h"
 #include "fsi/xml/parsexml/scanner.h"
 #include "host/charset.h"
@@ -64,24 +75,38 @@ void end_in_error(State *state) {
     }
     const XML_LChar *text = XML_ErrorString(error);
     copy_text(message, text == nullptr ? "" : text);
+    expat_place = {uint64_t{XML_GetCurrentLineNumber(state->parser)},
+                   uint64_t{XML_GetCurrentColumnNumber(state->parser)} + 1};
     end_feeding(state, {19, static_cast<int32_t>(error)});
 }
 
-// Feeds bytes; false at an error, which ends feeding.
-bool feed(State *state, const char *bytes, size_t size, bool is_final) {
+// False when expat cannot go on: at an error, which ends feeding, and suspended.
+bool go_on(State *state, XML_Status status) {
+    state->is_suspended = status == XML_STATUS_SUSPENDED;
+    if (status == XML_STATUS_ERROR)
+        end_in_error(state);
+    else if (status == XML_STATUS_OK && state->is_final)
+        end_feeding(state, {8, 0});
+    return status == XML_STATUS_OK;
+}
+
+// Feeds bytes; only documents in memory that are read whole have more of them than
+// fit an int.
+bool feed(State *state, const char *bytes, size_t size) {
     state->source_bytes += size;
     state->current = find_current(*state);
-    do {
-        const int piece = size > INT_MAX ? INT_MAX : static_cast<int>(size);
-        size -= static_cast<size_t>(piece);
-        if (XML_Parse(state->parser, bytes, piece, is_final && size == 0 ? XML_TRUE : XML_FALSE) !=
-            XML_STATUS_OK) {
-            end_in_error(state);
+    while (size > INT_MAX) {
+        if (!go_on(state, XML_Parse(state->parser, bytes, INT_MAX, XML_FALSE)))
             return false;
-        }
-        bytes += piece;
-    } while (size > 0);
-    return true;
+        bytes += INT_MAX;
+        size -= INT_MAX;
+    }
+    return go_on(state, XML_Parse(state->parser, bytes, static_cast<int>(size), XML_FALSE));
+}
+
+bool resume(State *state) {
+    state->current = find_current(*state);
+    return go_on(state, XML_ResumeParser(state->parser));
 }
 
 size_t waiting_size(const State &state) {
@@ -99,15 +124,19 @@ bool feed_waiting(State *state) {
     if (waiting_size(*state) == 0)
         return true;
     state->fed_bytes = state->waiting->view();
-    const bool is_fed = feed(state, state->waiting->text(), state->waiting->length, false);
+    const bool is_fed = feed(state, state->waiting->text(), state->waiting->length);
     state->fed_bytes = {};
     cut_text(state->waiting, 0);
     return is_fed;
 }
 
+// The end of the input: expat gets what waits and its final call.
 void finish(State *state) {
-    if (feed_waiting(state) && feed(state, "", 0, true))
-        end_feeding(state, {8, 0});
+    if (!feed_waiting(state))
+        return;
+    state->is_final = true;
+    state->current = find_current(*state);
+    go_on(state, XML_Parse(state->parser, "", 0, XML_TRUE));
 }
 
 size_t buffered(const State &state) {
@@ -155,12 +184,13 @@ void read_first_bytes(State *state, ZFile *file) {
     }
 }
 
-// Bytes that expat holds of a token without an end.
+// Bytes that expat holds of a token without an end.  Offsets in the source wrap around
+// where they are narrow.
 size_t unfinished(const State &state) {
     const XML_Index index = XML_GetCurrentByteIndex(state.parser);
-    if (index < 0 || static_cast<uint64_t>(index) > state.source_bytes)
+    if (index == -1)
         return 0;
-    return static_cast<size_t>(state.source_bytes - static_cast<uint64_t>(index));
+    return static_cast<unsigned long>(state.source_bytes) - static_cast<unsigned long>(index);
 }
 
 void feed_all(State *state, ZFile *file) {
@@ -168,44 +198,68 @@ void feed_all(State *state, ZFile *file) {
     if (!feed_waiting(state))
         return;
     state->fed_bytes = {state->position, buffered(*state)};
-    const bool is_fed = feed(state, state->position, buffered(*state), false);
+    const bool is_fed = feed(state, state->position, buffered(*state));
     state->fed_bytes = {};
     state->position = state->end;
     if (!is_fed)
         return;
     while (file != nullptr && refill(state, file)) {
+        const char *bytes = state->position;
+        const size_t size = buffered(*state);
         const size_t open = unfinished(*state);
-        const bool is_long = open > ZXML_BUFFER_SIZE || waiting_size(*state) > 0;
-        if (is_long && !wait_with(state, state->position, buffered(*state)))
-            return;
-        if (is_long ? waiting_size(*state) >= open && !feed_waiting(state)
-                    : !feed(state, state->position, buffered(*state), false))
-            return;
         state->position = state->end;
+        if (waiting_size(*state) == 0 && size >= open) {
+            state->fed_bytes = {bytes, size};
+            if (!feed(state, bytes, size))
+                return;
+        } else if (!wait_with(state, bytes, size) ||
+                   (waiting_size(*state) >= open && !feed_waiting(state))) {
+            return;
+        }
     }
     if (!state->is_ended)
         finish(state);
 }
 
-// Feeds one chunk now or lets it wait for the end of its token.
-bool feed_chunk(State *state, const char *bytes, size_t size) {
-    const bool is_closed = scan(&state->scanner, state->form, bytes, size);
-    if (is_closed && waiting_size(*state) == 0) {
+// Feeds one chunk now or lets it wait for the end of its token.  False when feeding
+// cannot go on.
+bool feed_chunk(State *state, const char *bytes, size_t size, bool *is_closed) {
+    *is_closed = scan(&state->scanner, state->form, bytes, size);
+    if (*is_closed && waiting_size(*state) == 0) {
         state->fed_bytes = {bytes, static_cast<size_t>(state->end - bytes)};
-        const bool is_fed = feed(state, bytes, size, false);
+        const bool is_fed = feed(state, bytes, size);
         state->fed_bytes = {};
         return is_fed;
     }
     if (!wait_with(state, bytes, size))
         return false;
-    if (state->waiting_limit == 0 || is_closed)
+    if (state->waiting_limit == 0 || *is_closed)
         state->waiting_limit = kFirstBlock;
-    if (is_closed)
+    if (*is_closed)
         return feed_waiting(state);
     if (state->waiting->length < state->waiting_limit)
         return true;
     state->waiting_limit *= state->waiting_limit < UINT32_MAX / 4 ? 2 : 1;
     return feed_waiting(state);
+}
+
+// Reads more when there is no whole code unit; at the end of the input expat gets the
+// rest, half a unit for it to refuse.  False when there is no more.
+bool has_unit(State *state, ZFile *file) {
+    if (buffered(*state) >= unit_size(state->form) || (file != nullptr && refill(state, file)))
+        return true;
+    if (state->is_ended)
+        return false;
+    if (buffered(*state) > 0 && !wait_with(state, state->position, buffered(*state)))
+        return false;
+    state->position = state->end;
+    finish(state);
+    return false;
+}
+
+// Whole code units that are buffered.
+size_t whole_units(const State &state) {
+    return buffered(state) & ~(unit_size(state.form) - 1);
 }
 
 void feed_to_next_greaterthan(State *state, ZFile *file) {
@@ -215,27 +269,102 @@ void feed_to_next_greaterthan(State *state, ZFile *file) {
             if (buffered(*state) > 0)
                 find_form(state);
         }
-        const size_t unit = unit_size(state->form);
-        if (buffered(*state) < unit && (file == nullptr || !refill(state, file))) {
-            if (state->is_ended)
-                return;
-            // Half a unit at the end is for expat to refuse.
-            if (buffered(*state) > 0 && !wait_with(state, state->position, buffered(*state)))
-                return;
-            state->position = state->end;
-            finish(state);
+        if (state->is_ended || !has_unit(state, file))
             return;
-        }
-        const size_t whole = buffered(*state) / unit * unit;
+        const size_t whole = whole_units(*state);
         if (whole == 0)
             continue;
         const size_t found = find_greater_than(state->form, state->position, whole);
         const size_t chunk = found != 0 ? found : whole;
         const char *bytes = state->position;
         state->position += chunk;
-        if (!feed_chunk(state, bytes, chunk) || found != 0)
+        bool is_closed = false;
+        if (!feed_chunk(state, bytes, chunk, &is_closed) || found != 0)
             return;
     }
+}
+
+// expat has had all up to the position: where that is within markup, the scanner
+// begins with it.
+void find_open_token(State *state) {
+    const size_t open = unfinished(*state);
+    if (open == 0 || open > state->last_fed)
+        return;
+    state->scanner = {};
+    const char *at = state->position - open;
+    bool is_closed = true;
+    while (at < state->position) {
+        const auto left = static_cast<size_t>(state->position - at);
+        const size_t found = find_greater_than(state->form, at, left);
+        const size_t chunk = found != 0 ? found : left;
+        is_closed = scan(&state->scanner, state->form, at, chunk);
+        at += chunk;
+    }
+    state->is_gathering = !is_closed;
+}
+
+void gather(State *state, ZFile *file) {
+    if (!has_unit(state, file))
+        return;
+    const size_t whole = whole_units(*state);
+    const size_t found = find_greater_than(state->form, state->position, whole);
+    const size_t chunk = found != 0 ? found : whole;
+    const char *bytes = state->position;
+    state->position += chunk;
+    state->last_fed = 0;
+    bool is_closed = false;
+    feed_chunk(state, bytes, chunk, &is_closed);
+    state->is_gathering = !is_closed;
+}
+
+// Feeds up to the last ">" of what is buffered; without one, more is read first.
+void feed_buffered(State *state, ZFile *file) {
+    constexpr size_t kMost = ZXML_BUFFER_SIZE;
+    const size_t size = std::min(whole_units(*state), kMost);
+    size_t cut = find_last_greater_than(state->form, state->position + state->searched,
+                                        size - state->searched);
+    if (cut != 0) {
+        cut += state->searched;
+    } else if (size < kMost) {
+        state->searched = size;
+        if (file != nullptr && refill(state, file))
+            return;
+        if (state->is_ended)
+            return;
+        cut = buffered(*state);
+    } else {
+        cut = size;
+    }
+    state->searched = 0;
+    if (cut == 0) {
+        finish(state);
+        return;
+    }
+    const char *bytes = state->position;
+    state->position += cut;
+    state->last_fed = cut;
+    if (feed(state, bytes, cut))
+        find_open_token(state);
+}
+
+void feed_to_end_of_record(State *state, ZFile *file) {
+    if (state->element_depth == 0) {
+        *Zstdlib_f_errno() = 8;  // the top element has closed
+        return;
+    }
+    state->is_gathering = state->is_gathering || waiting_size(*state) > 0;
+    state->stops_at_record = true;
+    if (state->is_suspended && resume(state))
+        find_open_token(state);
+    while (!state->is_ended && !state->is_suspended) {
+        if (state->is_gathering)
+            gather(state, file);
+        else
+            feed_buffered(state, file);
+    }
+    state->stops_at_record = false;
+    if (state->is_suspended && state->element_depth == 0)
+        *Zstdlib_f_errno() = 8;
 }
 
 template <typename Loop>
@@ -259,6 +388,10 @@ void run(ZxmlExpatState *told, ZFile *file, Loop loop) {
 
 void parse_to_end_of_file(ZxmlExpatState *state, ZFile *file) {
     fsi::xml::run(state, file, fsi::xml::feed_all);
+}
+
+void fsi::xml::parse_to_end_of_record(State *state, ZFile *file) {
+    run(state, file, feed_to_end_of_record);
 }
 
 void parse_to_next_greaterthan(ZxmlExpatState *state, ZFile *file) {

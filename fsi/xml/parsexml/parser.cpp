@@ -9,6 +9,7 @@
 
 #include "fsi/base/owner.h"
 #include "fsi/xml/elements/scratch.h"
+#include "fsi/xml/parsexml/feed.h"
 #include "host/config.h"
 #include "host/errors.h"
 #include "host/memory.h"
@@ -183,29 +184,10 @@ int ZxmlParser_parse_record(ZHandle handle) {
     ParserInfo *parser = require_parser(handle);
     if (parser == nullptr)
         return 0;
-    State *state = parser->state;
-    // An entity may bring several records with one reference.
-    if (state->records_told < state->records) {
-        state->records_told++;
-        return 1;
-    }
-    if (state->element_hash != nullptr)
-        HASH_CLEAR(state->element_hash);
-    if (state->element_depth == 0 && !state->is_ended) {
-        *Zstdlib_f_errno() = 8;
-        return 0;
-    }
-    const int16_t &error = *Zstdlib_f_errno();
-    do {
-        parse_to_next_greaterthan(state, parser->input);
-    } while (error == 0 && state->element_depth > 0 && state->records_told == state->records);
-    if (state->records_told < state->records) {
-        state->records_told++;
-        return 1;
-    }
-    if (error == 0)
-        *Zstdlib_f_errno() = 8;  // the top element has closed
-    return 0;
+    if (parser->state->element_hash != nullptr)
+        HASH_CLEAR(parser->state->element_hash);
+    parse_to_end_of_record(parser->state, parser->input);
+    return *Zstdlib_f_errno() == 0 ? 1 : 0;
 }
 
 ZHandle ZxmlParser_current(ZHandle handle) {

@@ -17,6 +17,9 @@ namespace {
 
 constexpr const char *kSource = "fsi/xml/parsexml/prolog";
 
+// A number makes room for all below it.
+constexpr uint32_t kMaxInstructions = 1000000;
+
 State *require_state(ZHandle handle) {
     ParserInfo *parser = require_parser(handle);
     return parser == nullptr ? nullptr : parser->state;
@@ -114,6 +117,7 @@ int ZxmlParser_set_raw_doctype(ZHandle handle, const char *text, int32_t length)
     ZSTRINGDelete(state->doctype_text);
     state->doctype_text = fresh.release();
     state->is_doctype_read = false;
+    state->doctype_line_end = state->doctype_own_end = 0;
     return 1;
 }
 
@@ -149,6 +153,10 @@ int ZxmlParser_set_processing_instruction(ZHandle handle, uint32_t number, const
     State *state = require_state(handle);
     if (state == nullptr)
         return 0;
+    if (number >= kMaxInstructions) {
+        parser_error = ZXML_BAD_INSTRUCTION;
+        return 0;
+    }
     // Both texts pass through the one scratch buffer: the first is held as a string.
     const auto first = to_utf8(target, target_length);
     fsi::OwnedString held(

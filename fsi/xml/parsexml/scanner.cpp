@@ -47,6 +47,20 @@ struct Units {
             return from;
         }
     }
+
+    // The number of units up to and with the last that is `mark`, or 0.
+    static size_t find_last(const char *bytes, size_t count, char mark) {
+        if constexpr (kSize == 1) {
+            const void *found = memrchr(bytes, mark, count);
+            return found == nullptr
+                       ? 0
+                       : static_cast<size_t>(static_cast<const char *>(found) - bytes) + 1;
+        } else {
+            while (count > 0 && at(bytes, count - 1) != static_cast<uint8_t>(mark))
+                count--;
+            return count;
+        }
+    }
 };
 
 void enter(ScannerState *scanner, Mode mode) {
@@ -178,6 +192,17 @@ size_t find_greater_than(SourceForm form, const char *bytes, size_t size) {
     else
         found = Units<SourceForm::kBytes>::find(bytes, 0, count, '>');
     return found == count ? 0 : (found + 1) * width;
+}
+
+size_t find_last_greater_than(SourceForm form, const char *bytes, size_t size) {
+    switch (form) {
+        case SourceForm::kLittleUnits:
+            return Units<SourceForm::kLittleUnits>::find_last(bytes, size / 2, '>') * 2;
+        case SourceForm::kBigUnits:
+            return Units<SourceForm::kBigUnits>::find_last(bytes, size / 2, '>') * 2;
+        default:
+            return Units<SourceForm::kBytes>::find_last(bytes, size, '>');
+    }
 }
 
 bool scan(ScannerState *scanner, SourceForm form, const char *bytes, size_t size) {

@@ -21,6 +21,9 @@ constexpr size_t unit_size(SourceForm form) {
 // Offset behind the first ">" in whole code units, or 0.
 size_t find_greater_than(SourceForm form, const char *bytes, size_t size);
 
+// Offset behind the last one, or 0.
+size_t find_last_greater_than(SourceForm form, const char *bytes, size_t size);
+
 // Goes over the next bytes, whole code units with no ">" but as the last one.  True
 // when they can be fed: no token is unfinished behind them, or they are an error
 // whatever follows (a "<" in an attribute value).
