@@ -18,6 +18,7 @@
  *   errmap.h      errors of databases as errors of files
  *   suffixes.h    extensions that tables do not carry
  *   trace.h       cursors and transactions in the trace
+ *   xml_xfd.h     the names of dictionaries in XML form
  *   xml_element.h elements of XML documents
  *   xml_parser.h  XML documents, read and built
  *   xml_writer.h  and written
@@ -44,6 +45,7 @@
 #include "wbfsi/table.h"
 #include "wbfsi/trace.h"
 #include "wbfsi/where.h"
+#include "wbfsi/xml_xfd.h"
 #include "wbfsi/xml_element.h"
 #include "wbfsi/xml_expat.h"
 #include "wbfsi/xml_parser.h"

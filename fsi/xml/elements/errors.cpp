@@ -36,6 +36,7 @@ static_assert(ZxmlErrorMessages.size() == ZXML_NO_INSTRUCTIONS + 1);
 
 int32_t element_error;
 int32_t parser_error;
+ExpatPlace expat_place;
 
 const char *error_text(int32_t number) {
     const auto i = static_cast<size_t>(number);

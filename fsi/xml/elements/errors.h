@@ -14,6 +14,13 @@ extern int32_t element_error;
 // What ZxmlParser_error tells.
 extern int32_t parser_error;
 
+// Where expat refused a document last: line and column, both from 1.
+struct ExpatPlace {
+    uint64_t line;
+    uint64_t column;
+};
+extern ExpatPlace expat_place;
+
 // The text of an error number, 0 .. 18; that of 0 for others.
 const char *error_text(int32_t number);
 

@@ -718,8 +718,10 @@ TEST_F(LoadText, EveryCutIsARefusalOrAWholeRecord) {
         if (xfd != nullptr)
             EXPECT_EQ(file_error(), "0 0 0 null");
         else
-            EXPECT_TRUE(file_error().starts_with("19 1 0 'Read error on XFD file, error = 0'") ||
-                        file_error().starts_with("19 2 0 'XFD file '"))
+            // What does not begin with XFD any more is no XML either.
+            EXPECT_TRUE(
+                file_error().starts_with("19 1 0 'Read error on XFD file, error = 0'") ||
+                file_error().starts_with(length < 3 ? "19 5 0 'XFD file '" : "19 2 0 'XFD file '"))
                 << file_error();
     }
 }
@@ -737,7 +739,8 @@ TEST_F(LoadText, EveryChangedByteIsARefusalOrAWholeRecord) {
             if (xfd != nullptr)
                 EXPECT_EQ(file_error(), "0 0 0 null");
             else
-                EXPECT_TRUE(file_error().starts_with("19 1 ") || file_error().starts_with("19 2 "))
+                EXPECT_TRUE(file_error().starts_with("19 1 ") ||
+                            file_error().starts_with(at < 3 ? "19 5 " : "19 2 "))
                     << file_error();
         }
     }
