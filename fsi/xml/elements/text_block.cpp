@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fsi/xml/elements/text_block.h"
 
+#include <bit>
 #include <cstring>
 
 namespace fsi::xml {
@@ -9,24 +10,29 @@ namespace {
 constexpr const char *kSource = "fsi/xml/elements/text_block";
 constexpr size_t kMaxText = INT32_MAX - 64;
 
-// The capacity that fills the granule of the allocator.
-size_t rounded(size_t capacity) {
-    constexpr size_t kGranule = 16;
-    const size_t size = sizeof(TextBlock) + capacity + 1;
-    return (size + kGranule - 1) / kGranule * kGranule - sizeof(TextBlock) - 1;
+// Bytes of the block of a text this long.  Small ones fill the granule of the allocator;
+// larger ones grow by quarters of a power of two, so that appending stays linear.
+size_t block_size(size_t length) {
+    constexpr size_t kGranule = 2 * sizeof(void *);
+    constexpr size_t kSmall = 128;
+    const size_t size = sizeof(TextBlock) + length + 1;
+    const size_t step = size <= kSmall ? kGranule : std::bit_floor(size) / 4;
+    return (size + step - 1) / step * step;
 }
 
-bool reserve(TextBlock **block, size_t capacity, const char *tag) {
-    if (capacity > kMaxText)
+// Makes room for a text this long; what is there stays.  One that was cut has more room
+// than its length tells, and may lose it here.
+bool reserve(TextBlock **block, size_t length, const char *tag) {
+    if (length > kMaxText)
         return false;
-    const size_t room = rounded(capacity);
-    void *moved = *block == nullptr ? Zmalloc(sizeof(TextBlock) + room + 1, tag, kSource)
-                                    : Zrealloc(*block, sizeof(TextBlock) + room + 1, tag, kSource);
+    const size_t size = block_size(length);
+    if (*block != nullptr && block_size((*block)->length) == size)
+        return true;
+    void *moved = Zrealloc(*block, size, tag, kSource);
     if (moved == nullptr)
         return false;
     const bool is_new = *block == nullptr;
     *block = static_cast<TextBlock *>(moved);
-    (*block)->capacity = static_cast<uint32_t>(room);
     if (is_new)
         cut_text(*block, 0);
     return true;
@@ -43,25 +49,17 @@ TextBlock *make_text(std::string_view text, const char *tag) {
 
 bool append_text(TextBlock **block, std::string_view text, const char *tag) {
     const size_t length = *block == nullptr ? 0 : (*block)->length;
-    if (*block == nullptr) {
-        if (!reserve(block, text.size(), tag))
-            return false;
-    } else if (text.size() > (*block)->capacity - length) {
-        // Twice the length, so that appending stays linear.
-        const size_t least = length + text.size();
-        if (text.size() > kMaxText || least > kMaxText ||
-            !(reserve(block, least < kMaxText / 2 ? least + length : kMaxText, tag) ||
-              reserve(block, least, tag)))
-            return false;
-    }
+    if (text.size() > kMaxText || !reserve(block, length + text.size(), tag))
+        return false;
     if (!text.empty())
         std::memcpy((*block)->text() + length, text.data(), text.size());
-    cut_text(*block, static_cast<uint32_t>(length + text.size()));
+    (*block)->length = static_cast<uint32_t>(length + text.size());
+    (*block)->text()[length + text.size()] = '\0';
     return true;
 }
 
 bool assign_text(TextBlock **block, std::string_view text, const char *tag) {
-    if (*block != nullptr && text.size() <= (*block)->capacity) {
+    if (*block != nullptr && block_size(text.size()) <= block_size((*block)->length)) {
         if (!text.empty())
             std::memcpy((*block)->text(), text.data(), text.size());
         cut_text(*block, static_cast<uint32_t>(text.size()));

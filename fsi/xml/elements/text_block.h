@@ -12,9 +12,10 @@
 
 namespace fsi::xml {
 
+// The length alone: how large a block is follows from it (text_block.cpp), so that a
+// short text costs no more than it must.
 struct TextBlock {
     uint32_t length;
-    uint32_t capacity;  // bytes that fit, zero byte not counted
 
     char *text() { return reinterpret_cast<char *>(this + 1); }
     const char *text() const { return reinterpret_cast<const char *>(this + 1); }
@@ -25,7 +26,7 @@ inline std::string_view text_of(const TextBlock *block) {
     return block == nullptr ? std::string_view() : block->view();
 }
 
-// A new block with this text, no room to spare; null without memory.
+// A new block with this text; null without memory.
 TextBlock *make_text(std::string_view text, const char *tag);
 
 // Appends; makes the block when it is null.  The text is not within the block.
