@@ -102,13 +102,13 @@ inline std::string print_line(ZHandle element) {
         line += ']';
     const auto count = static_cast<uint32_t>(ZxmlElem_attribute_count(element));
     for (uint32_t i = 0; i < count; i++) {
-        line += std::string(" ") + fetched([&](char *b, int32_t n) {
-                    return ZxmlElem_attribute_name(element, i, b, n);
-                });
-        line += std::string("=\"") + fetched([&](char *b, int32_t n) {
-                    return ZxmlElem_attribute_value(element, i, b, n);
-                }) +
-                "\"";
+        line += ' ';
+        line +=
+            fetched([&](char *b, int32_t n) { return ZxmlElem_attribute_name(element, i, b, n); });
+        line += "=\"";
+        line +=
+            fetched([&](char *b, int32_t n) { return ZxmlElem_attribute_value(element, i, b, n); });
+        line += '"';
     }
     if (const std::string value = value_of(element); value != "(none)")
         line += std::string(" = \"") + value + "\"";
@@ -148,13 +148,15 @@ inline std::string print_prolog(ZHandle parser) {
     const int32_t count = ZxmlParser_processing_instruction_count(parser);
     for (int32_t i = 0; i + 1 < count; i++) {
         const auto number = static_cast<uint32_t>(i);
-        text += std::string("instruction ") + fetched([&](char *b, int32_t n) {
-                    return ZxmlParser_get_processing_instruction_target(parser, number, b, n);
-                });
-        text += std::string(" ") + fetched([&](char *b, int32_t n) {
-                    return ZxmlParser_get_processing_instruction_data(parser, number, b, n);
-                }) +
-                "\n";
+        text += "instruction ";
+        text += fetched([&](char *b, int32_t n) {
+            return ZxmlParser_get_processing_instruction_target(parser, number, b, n);
+        });
+        text += ' ';
+        text += fetched([&](char *b, int32_t n) {
+            return ZxmlParser_get_processing_instruction_data(parser, number, b, n);
+        });
+        text += '\n';
     }
     if (const std::string comment =
             fetched([&](char *b, int32_t n) { return ZxmlParser_get_comment(parser, b, n); });

@@ -20,11 +20,12 @@ namespace fsi::xml {
 // A run of character data: the text between markup, references and newlines, in
 // however many pieces expat delivers it.
 struct TextRun {
-    bool is_open;       // the next piece may continue it
-    bool is_trimmed;    // the first text of its element, blanks not kept
-    bool has_text;      // something of it is in the value
-    unsigned long end;  // source offset behind the last piece, modulo its width
-    const char *inner;  // its end in memory, which tells pieces in an entity apart
+    bool is_open;         // the next piece may continue it
+    bool is_trimmed;      // the first text of its element, blanks not kept
+    bool has_text;        // something of it is in the value
+    unsigned long begin;  // source offset of the last piece, modulo its width
+    unsigned long end;    // the same behind it
+    const char *inner;    // its end in memory, which tells pieces in an entity apart
 };
 
 // The form of the source's code units; found once, whatever declarations say.

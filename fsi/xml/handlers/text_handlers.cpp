@@ -22,11 +22,34 @@ bool is_plain(XML_Parser parser, std::string_view text) {
     return text.size() != width;
 }
 
+// Whether the source has a reference so many bytes in front of the current event.
+bool has_reference(const State &state, unsigned long before) {
+    int offset = 0;
+    int size = 0;
+    const char *source = XML_GetInputContext(state.parser, &offset, &size);
+    if (source == nullptr || before > static_cast<unsigned long>(offset))
+        return false;
+    const std::string_view bytes(source, static_cast<size_t>(size));
+    const std::string_view here = bytes.substr(static_cast<size_t>(offset) - before, 2);
+    switch (state.form) {
+        case SourceForm::kLittleUnits:
+            return here == std::string_view("&\0", 2);
+        case SourceForm::kBigUnits:
+            return here == std::string_view("\0&", 2);
+        default:
+            return here.starts_with('&');
+    }
+}
+
 // Whether the text goes on where the open run ended: in the source, or in the text of
-// an entity, for all of which the source stands still.
-bool continues(const TextRun &run, XML_Parser parser, std::string_view text) {
-    return run.is_open && (run.end == static_cast<unsigned long>(XML_GetCurrentByteIndex(parser)) ||
-                           run.inner == text.data());
+// an entity, all of which is where the source has the reference.
+bool continues(const State &state, unsigned long index, std::string_view text) {
+    const TextRun &run = state.run;
+    if (!run.is_open)
+        return false;
+    if (run.inner == text.data())
+        return true;
+    return run.end == index && !has_reference(state, 0) && !has_reference(state, index - run.begin);
 }
 
 bool append(State *state, Element *element, std::string_view text) {
@@ -75,14 +98,15 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     if (element->value == nullptr && !keeps_blanks && trimmed(text).empty())
         return;
     const bool plain = is_plain(parser, text);
-    if (!plain || !continues(state->run, parser, text)) {
+    const auto index = static_cast<unsigned long>(XML_GetCurrentByteIndex(parser));
+    if (!plain || !continues(*state, index, text)) {
         end_run(state);
         state->run = {};
         state->run.is_trimmed = !keeps_blanks && element->value == nullptr;
     }
     state->run.is_open = plain;
-    state->run.end = static_cast<unsigned long>(XML_GetCurrentByteIndex(parser)) +
-                     static_cast<unsigned long>(XML_GetCurrentByteCount(parser));
+    state->run.begin = index;
+    state->run.end = index + static_cast<unsigned long>(XML_GetCurrentByteCount(parser));
     state->run.inner = bytes + length;
     if (!append(state, element, text)) {
         stop_without_memory(state);

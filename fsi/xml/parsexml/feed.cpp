@@ -164,9 +164,6 @@ void find_form(State *state) {
     const char *bytes = state->position;
     const size_t size = buffered(*state);
     const int mark = ZicuBOMIs(bytes, size);
-    if ((state->state_bits & ZXML_MARK_CHECKED) == 0 && state->encoding_type == -1)
-        state->encoding_type = mark;
-    state->state_bits |= ZXML_MARK_CHECKED;
     const bool has_two = size >= 2;
     if (mark == 3 || (has_two && bytes[0] == '<' && bytes[1] == '\0'))
         state->form = SourceForm::kLittleUnits;
@@ -174,6 +171,12 @@ void find_form(State *state) {
         state->form = SourceForm::kBigUnits;
     else
         state->form = SourceForm::kBytes;
+}
+
+void check_mark(State *state) {
+    if ((state->state_bits & ZXML_MARK_CHECKED) == 0 && state->encoding_type == -1)
+        state->encoding_type = ZicuBOMIs(state->position, buffered(*state));
+    state->state_bits |= ZXML_MARK_CHECKED;
 }
 
 // Enough bytes for the form to be told, or all there are.
@@ -197,6 +200,12 @@ void feed_all(State *state, ZFile *file) {
     // What is buffered may be a document in memory, of any size.
     if (!feed_waiting(state))
         return;
+    if (state->form == SourceForm::kUnknown) {
+        read_first_bytes(state, file);
+        find_form(state);
+        if (state->is_ended)
+            return;
+    }
     state->fed_bytes = {state->position, buffered(*state)};
     const bool is_fed = feed(state, state->position, buffered(*state));
     state->fed_bytes = {};
@@ -266,8 +275,10 @@ void feed_to_next_greaterthan(State *state, ZFile *file) {
     while (!state->is_ended) {
         if (state->form == SourceForm::kUnknown) {
             read_first_bytes(state, file);
-            if (buffered(*state) > 0)
+            if (buffered(*state) > 0) {
                 find_form(state);
+                check_mark(state);
+            }
         }
         if (state->is_ended || !has_unit(state, file))
             return;
