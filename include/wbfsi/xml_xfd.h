@@ -91,7 +91,7 @@ enum {
 WBFSI_BEGIN
 
 /* The names, terminated ASCII texts such as "xfd:field"; they live for ever. */
-extern WBFSI_API const char *const xmlxfd_tags[XMLXFD_TAG_COUNT];
+WBFSI_API extern const char *const xmlxfd_tags[XMLXFD_TAG_COUNT];
 
 WBFSI_END
 

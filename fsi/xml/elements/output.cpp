@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "fsi/xml/elements/output.h"
+#include "fsi/base/text.h"
 
 #include <algorithm>
 #include <array>
@@ -147,7 +148,7 @@ void Output::put_escaped(std::string_view text, uint32_t flags, int32_t code_pag
         Character character{byte, 1};
         if (care == Care::kLead) {
             if (code_page == kUtf8)
-                character = decode(text.substr(i));
+                character = decode(fsi::part(text, i));
             else
                 character.size = std::min<size_t>(
                     static_cast<size_t>(std::max(ZCPByteInc(text.data() + i, code_page), 1)),
@@ -161,7 +162,7 @@ void Output::put_escaped(std::string_view text, uint32_t flags, int32_t code_pag
             i += character.size;
             continue;
         }
-        put(text.substr(start, i - start));
+        put(fsi::part(text, start, i - start));
         const std::string_view named = named_reference(byte);
         if (named.empty())
             put_reference(character.code_point);
@@ -170,7 +171,7 @@ void Output::put_escaped(std::string_view text, uint32_t flags, int32_t code_pag
         i += character.size;
         start = i;
     }
-    put(text.substr(start, i - start));
+    put(fsi::part(text, start, i - start));
 }
 
 void Output::put_comment(std::string_view text, uint32_t flags) {
@@ -181,7 +182,7 @@ void Output::put_comment(std::string_view text, uint32_t flags) {
         const size_t pair = text.find("--");
         if (pair == text.npos)
             break;
-        put_escaped(text.substr(0, pair + 1), flags);
+        put_escaped(fsi::part(text, 0, pair + 1), flags);
         put(' ');
         text.remove_prefix(pair + 1);
     }

@@ -29,7 +29,7 @@ std::string_view doctype_line(std::string_view bytes) {
     const size_t start = bytes.find("<!DOCTYPE ");
     if (start == bytes.npos)
         return {};
-    return bytes.substr(start, bytes.find('\n', start) - start);
+    return fsi::part(bytes, start, bytes.find('\n', start) - start);
 }
 
 // The text begins with that line, unless an element declaration came first.

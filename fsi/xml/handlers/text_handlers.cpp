@@ -3,6 +3,7 @@
 // Character data.  expat delivers one run of text, as a person sees it, in pieces
 // wherever its buffer ended or a conversion was full; here the pieces are one again,
 // so that which blanks count does not depend on where a read ended.
+#include "fsi/base/text.h"
 #include "fsi/xml/handlers/handlers.h"
 
 namespace fsi::xml {
@@ -30,7 +31,7 @@ bool has_reference(const State &state, unsigned long before) {
     if (source == nullptr || before > static_cast<unsigned long>(offset))
         return false;
     const std::string_view bytes(source, static_cast<size_t>(size));
-    const std::string_view here = bytes.substr(static_cast<size_t>(offset) - before, 2);
+    const std::string_view here = fsi::part(bytes, static_cast<size_t>(offset) - before, 2);
     switch (state.form) {
         case SourceForm::kLittleUnits:
             return here == std::string_view("&\0", 2);

@@ -116,10 +116,10 @@ void write_comments(Output *out, const State &state) {
 std::string_view internal_subset(const State &state) {
     std::string_view text = view(state.doctype_text);
     if (!state.is_doctype_read)
-        return text.substr(0, text.find('\0'));
+        return fsi::part(text, 0, text.find('\0'));
     if (state.doctype_own_end <= state.doctype_line_end)
         return {};
-    return text.substr(state.doctype_line_end, state.doctype_own_end - state.doctype_line_end);
+    return fsi::part(text, state.doctype_line_end, state.doctype_own_end - state.doctype_line_end);
 }
 
 void write_doctype(Output *out, const State &state) {
