@@ -10,13 +10,14 @@ namespace fsi::xml {
 namespace {
 
 // Newlines and references come alone, each a run of its own.
-bool is_plain(XML_Parser parser, std::string_view text) {
+bool is_plain(std::string_view text, int source_bytes) {
+    if (text.size() > 4)
+        return true;
     if (text == "\n")
         return false;
     // One character from more bytes than any character has is a reference.
-    const int bytes = XML_GetCurrentByteCount(parser);
-    const bool may_be_reference = bytes > 4 || (bytes == 4 && text.size() != 4);
-    if (!may_be_reference || text.size() > 4)
+    const bool may_be_reference = source_bytes > 4 || (source_bytes == 4 && text.size() != 4);
+    if (!may_be_reference)
         return true;
     const auto first = static_cast<unsigned char>(text[0]);
     const size_t width = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
@@ -53,25 +54,22 @@ bool continues(const State &state, unsigned long index, std::string_view text) {
     return run.end == index && !has_reference(state, 0) && !has_reference(state, index - run.begin);
 }
 
-bool append(State *state, Element *element, std::string_view text) {
-    if (!state->run.is_trimmed)
-        return append_text(&element->value, text, kValueTag);
-    // The first text of its element: blanks wait until something follows them.
-    std::string_view kept = trimmed(text);
-    if (kept.empty() && !state->run.has_text)
-        return true;
-    const char *end = kept.empty() ? text.data() : kept.data() + kept.size();
+// Appends to the first text of an element, `kept` of `text` without the blanks around:
+// those behind it wait until something follows them.
+bool append_trimmed(State *state, Element *element, std::string_view text, std::string_view kept) {
+    const char *end = text.data();
     if (!kept.empty()) {
+        end = kept.data() + kept.size();
         if (state->run.has_text) {
-            const bool has_blanks = state->held_blanks != nullptr && state->held_blanks->length > 0;
-            if (has_blanks && !append_text(&element->value, state->held_blanks->view(), kValueTag))
+            const std::string_view blanks = text_of(state->held_blanks);
+            if (!blanks.empty() && !append_text(&element->value, blanks, kValueTag))
                 return false;
             kept = {text.data(), static_cast<size_t>(end - text.data())};
         }
-        if (state->held_blanks != nullptr)
-            cut_text(state->held_blanks, 0);
         if (!append_text(&element->value, kept, kValueTag))
             return false;
+        if (state->held_blanks != nullptr)
+            cut_text(state->held_blanks, 0);
         state->run.has_text = true;
     }
     const std::string_view blanks(end, static_cast<size_t>(text.data() + text.size() - end));
@@ -91,25 +89,35 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     Element *element = state->current;
     if (state->is_stopped || element == nullptr || length <= 0)
         return;
-    auto *parser = static_cast<XML_Parser>(expat);
     const std::string_view text(bytes, static_cast<size_t>(length));
     const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
-    // Blanks in front of the first text, as between the tags of most documents, are
-    // nothing, whatever run they belong to.
-    if (element->value == nullptr && !keeps_blanks && trimmed(text).empty())
-        return;
-    const bool plain = is_plain(parser, text);
+    const bool is_first = !keeps_blanks && element->value == nullptr;
+    std::string_view kept;
+    if (is_first) {
+        // Blanks in front of the first text, as between the tags of most documents, are
+        // nothing, whatever run they belong to.
+        kept = trimmed(text);
+        if (kept.empty())
+            return;
+    }
+    TextRun &run = state->run;
+    auto *parser = static_cast<XML_Parser>(expat);
     const auto index = static_cast<unsigned long>(XML_GetCurrentByteIndex(parser));
+    const int count = XML_GetCurrentByteCount(parser);
+    const bool plain = is_plain(text, count);
     if (!plain || !continues(*state, index, text)) {
         end_run(state);
-        state->run = {};
-        state->run.is_trimmed = !keeps_blanks && element->value == nullptr;
+        run.is_trimmed = is_first;
+        run.has_text = false;
+    } else if (run.is_trimmed) {
+        kept = trimmed(text);
     }
-    state->run.is_open = plain;
-    state->run.begin = index;
-    state->run.end = index + static_cast<unsigned long>(XML_GetCurrentByteCount(parser));
-    state->run.inner = bytes + length;
-    if (!append(state, element, text)) {
+    run.is_open = plain;
+    run.begin = index;
+    run.end = index + static_cast<unsigned long>(count);
+    run.inner = bytes + length;
+    if (run.is_trimmed ? !append_trimmed(state, element, text, kept)
+                       : !append_text(&element->value, text, kValueTag)) {
         stop_without_memory(state);
         return;
     }
