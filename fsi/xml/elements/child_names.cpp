@@ -88,7 +88,7 @@ bool find_name(Element *parent, const Name *name, NameCount *found) {
 
 bool make_room_for_name(Element *parent) {
     ChildNames *old = parent->child_names;
-    if (old == nullptr || old->used <= old->mask / 4 * 3)
+    if (old->used <= old->mask / 4 * 3)
         return true;
     uint32_t live = 0;
     for (uint32_t i = 0; i <= old->mask; i++)

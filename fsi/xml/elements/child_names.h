@@ -26,9 +26,11 @@ struct NameCount {
 // False without memory for the table.
 bool find_name(Element *parent, const Name *name, NameCount *found);
 
-// Enters a child that has been linked, takes one out that is about to be unlinked.
-// Entering needs memory only as far as make_room_for_name got it before.
+// Room for one name more in the table that the parent has; false without memory.
 bool make_room_for_name(Element *parent);
+
+// Enters a child that is linked next, for which there is room; takes one out that is
+// about to be unlinked.  Without a table there is nothing to do.
 void count_child(Element *parent, const Element &child);
 void uncount_child(Element *parent, const Element &child);
 

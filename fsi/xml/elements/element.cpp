@@ -111,7 +111,8 @@ ZHandle new_handle() {
 // was into the first of a row: that is done last, when nothing can fail behind it.
 bool join_family(Element *element, Element *parent) {
     NameCount same{};
-    if (!find_name(parent, element->name, &same) || !make_room_for_name(parent))
+    if (!find_name(parent, element->name, &same) ||
+        (parent->child_names != nullptr && !make_room_for_name(parent)))
         return false;
     if (same.count == 0)
         return copy_indices(element, *parent, 0);

@@ -55,7 +55,9 @@ bool copy_indices(Element *element, Element &parent, int32_t number) {
     if (!reserve(element, count + more))
         return false;
     int32_t *indices = element->index_array();
-    if (count > 0)
+    if (count <= kSmallIndices && parent.index_capacity <= kSmallIndices)
+        std::memcpy(indices, parent.small_indices, sizeof parent.small_indices);
+    else
         std::memcpy(indices, parent.index_array(), static_cast<size_t>(count) * sizeof(int32_t));
     if (more != 0)
         indices[count] = number;

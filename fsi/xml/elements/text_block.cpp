@@ -20,49 +20,54 @@ size_t block_size(size_t length) {
     return (size + step - 1) / step * step;
 }
 
-// Makes room for a text this long; what is there stays.  One that was cut has more room
-// than its length tells, and may lose it here.
+// Makes room for a text this long in a block; what is there stays.  One that was cut has
+// more room than its length tells, and may lose it here.
 bool reserve(TextBlock **block, size_t length, const char *tag) {
-    if (length > kMaxText)
-        return false;
     const size_t size = block_size(length);
-    if (*block != nullptr && block_size((*block)->length) == size)
+    if (block_size((*block)->length) == size)
         return true;
     void *moved = Zrealloc(*block, size, tag, kSource);
     if (moved == nullptr)
         return false;
-    const bool is_new = *block == nullptr;
     *block = static_cast<TextBlock *>(moved);
-    if (is_new)
-        cut_text(*block, 0);
     return true;
+}
+
+// Writes a text behind the first `length` bytes.
+void put(TextBlock *block, size_t length, std::string_view text) {
+    char *end = block->text() + length;
+    if (!text.empty())
+        std::memcpy(end, text.data(), text.size());
+    end[text.size()] = '\0';
+    block->length = static_cast<uint32_t>(length + text.size());
 }
 
 }  // namespace
 
 TextBlock *make_text(std::string_view text, const char *tag) {
-    TextBlock *block = nullptr;
-    if (!append_text(&block, text, tag))
+    if (text.size() > kMaxText)
         return nullptr;
+    auto *block = static_cast<TextBlock *>(Zmalloc(block_size(text.size()), tag, kSource));
+    if (block != nullptr)
+        put(block, 0, text);
     return block;
 }
 
 bool append_text(TextBlock **block, std::string_view text, const char *tag) {
-    const size_t length = *block == nullptr ? 0 : (*block)->length;
-    if (text.size() > kMaxText || !reserve(block, length + text.size(), tag))
+    if (*block == nullptr) {
+        *block = make_text(text, tag);
+        return *block != nullptr;
+    }
+    const size_t length = (*block)->length;
+    if (text.size() > kMaxText - length || !reserve(block, length + text.size(), tag))
         return false;
-    if (!text.empty())
-        std::memcpy((*block)->text() + length, text.data(), text.size());
-    (*block)->length = static_cast<uint32_t>(length + text.size());
-    (*block)->text()[length + text.size()] = '\0';
+    put(*block, length, text);
     return true;
 }
 
 bool assign_text(TextBlock **block, std::string_view text, const char *tag) {
     if (*block != nullptr && block_size(text.size()) <= block_size((*block)->length)) {
-        if (!text.empty())
-            std::memcpy((*block)->text(), text.data(), text.size());
-        cut_text(*block, static_cast<uint32_t>(text.size()));
+        put(*block, 0, text);
         return true;
     }
     TextBlock *fresh = make_text(text, tag);

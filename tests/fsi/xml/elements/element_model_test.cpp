@@ -18,8 +18,9 @@ using naive::Text;
 
 class SideBySide {
  public:
-    SideBySide(uint32_t seed, size_t most, uint32_t names)
-        : random_(seed), most_(most), names_(names) {}
+    // At most so many live elements, of so many names; when wide, most are children of one.
+    SideBySide(uint32_t seed, size_t most, uint32_t names, bool is_wide)
+        : random_(seed), most_(most), names_(names), is_wide_(is_wide) {}
 
     ~SideBySide() {
         for (const ZHandle handle : known_) {
@@ -103,7 +104,7 @@ class SideBySide {
 
     void create() {
         const Text called = name();
-        ZHandle parent = pick();
+        ZHandle parent = is_wide_ && below(5) != 0 && !known_.empty() ? known_[0] : pick();
         if (below(20) == 0 && trees_ < 6)
             parent = 0;
         else if (trees_ >= 6 && model_.find(parent) == nullptr)
@@ -272,6 +273,7 @@ class SideBySide {
     std::mt19937 random_;
     size_t most_;
     uint32_t names_;
+    bool is_wide_;
     naive::Library model_;
     std::vector<ZHandle> known_;  // also the dead
     std::string name_;
@@ -288,12 +290,14 @@ TEST(ElementModel, DoesWhatThePlainDescriptionDoes) {
         size_t most;
         uint32_t names;
         int steps;
-    } kRows[] = {{8, 2, 20000}, {25, 2, 30000}, {30, 5, 25000}, {60, 9, 15000}, {150, 60, 10000}};
+        bool is_wide;
+    } kRows[] = {{8, 2, 20000, false},  {25, 2, 25000, false},   {30, 5, 25000, false},
+                 {60, 9, 10000, false}, {150, 60, 10000, false}, {60, 40, 10000, true}};
     int32_t deepest = -1;
     uint32_t seed = 1;
     for (const auto &row : kRows) {
         for (int round = 0; round < 10; round++, seed++) {
-            SideBySide both(seed, row.most, row.names);
+            SideBySide both(seed, row.most, row.names, row.is_wide);
             for (int i = 0; i < row.steps / 10; i++) {
                 both.step();
                 if (i % 100 == 99)

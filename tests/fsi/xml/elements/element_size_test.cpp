@@ -111,6 +111,32 @@ TEST(WideTrees, GrowAndShrinkAtAnyPlace) {
     }
 }
 
+// The second of each name starts its row, whatever the tables of names went through: some
+// names are gone by then, and some came back.
+TEST(WideTrees, BeginRowsAmongManyNames) {
+    constexpr int kNames = 3000;
+    const elements::Tree top;
+    std::vector<ZHandle> first(kNames), second(kNames);
+    for (int i = 0; i < kNames; i++) {
+        const std::string name = name_of(i, false);
+        first[static_cast<size_t>(i)] = ZxmlElem_add_child(top, name.c_str(), -1);
+        if (i % 3 == 0)
+            ZxmlElem_delete(first[static_cast<size_t>(i)]);
+        if (i % 6 == 0)
+            first[static_cast<size_t>(i)] = ZxmlElem_add_child(top, name.c_str(), -1);
+    }
+    for (int i = 0; i < kNames; i++)
+        second[static_cast<size_t>(i)] = ZxmlElem_add_child(top, name_of(i, false).c_str(), -1);
+    for (int i = 0; i < kNames; i++) {
+        SCOPED_TRACE(i);
+        const bool is_alone = i % 6 == 3;
+        const auto at = static_cast<size_t>(i);
+        EXPECT_EQ(ZxmlElem_is_element(first[at]), is_alone ? 0 : 1);
+        EXPECT_EQ(ZxmlElem_array_index(first[at], 0), is_alone ? -1 : 1);
+        EXPECT_EQ(ZxmlElem_array_index(second[at], 0), is_alone ? -1 : 2);
+    }
+}
+
 // Names that come and go leave nothing behind.
 TEST(WideTrees, ForgetNamesThatAreGone) {
     const elements::Tree top;
