@@ -17,7 +17,7 @@ size_t block_size(size_t length) {
     constexpr size_t kSmall = 128;
     const size_t size = sizeof(TextBlock) + length + 1;
     const size_t step = size <= kSmall ? kGranule : std::bit_floor(size) / 4;
-    return (size + step - 1) / step * step;
+    return (size + step - 1) & ~(step - 1);
 }
 
 // Makes room for a text this long in a block; what is there stays.  One that was cut has
