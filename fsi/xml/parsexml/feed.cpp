@@ -60,6 +60,8 @@ void end_feeding(State *state, FeedOutcome outcome) {
 void tell_outcome(const State &state) {
     *Zstdlib_f_errno() = state.outcome.code;
     if (state.outcome.code == 19) {
+        const XML_LChar *text = XML_ErrorString(static_cast<XML_Error>(state.outcome.system));
+        copy_text(message, text == nullptr ? "" : text);
         *Zstdlib_f_int_errno() = 5;
         *Zstdlib_f_errmsg() = message;
     }
@@ -73,8 +75,6 @@ void end_in_error(State *state) {
         end_feeding(state, {14, 0});
         return;
     }
-    const XML_LChar *text = XML_ErrorString(error);
-    copy_text(message, text == nullptr ? "" : text);
     expat_place = {uint64_t{XML_GetCurrentLineNumber(state->parser)},
                    uint64_t{XML_GetCurrentColumnNumber(state->parser)} + 1};
     end_feeding(state, {19, static_cast<int32_t>(error)});
@@ -363,6 +363,10 @@ void feed_to_end_of_record(State *state, ZFile *file) {
         *Zstdlib_f_errno() = 8;  // the top element has closed
         return;
     }
+    // Records that were deleted do not count as growth.
+    if (const Element *top = find_element(state->top_element);
+        top == nullptr || top->first_child == nullptr)
+        state->tree_bytes = 0;
     state->is_gathering = state->is_gathering || waiting_size(*state) > 0;
     state->stops_at_record = true;
     if (state->is_suspended && resume(state))

@@ -6,6 +6,7 @@
 
 #include "host/memory.h"
 #include "tests/fsi/spies.h"
+#include "tests/support/small_stack.h"
 #include "tests/support/test_document.h"
 #include "wbfsi/xml_expat.h"
 
@@ -151,20 +152,37 @@ TEST_F(ElementHandlers, AnArrayDepthBeyondAThousandEnds) {
     expect_end("<a>" + bomb + ends + "</a>", "14");
 }
 
-TEST_F(ElementHandlers, DepthAloneIsNoBomb) {
-    constexpr int kDepth = 100000;
-    std::string text;
-    for (int i = 0; i < kDepth; i++)
-        text += "<x>";
-    for (int i = 0; i < kDepth; i++)
-        text += "</x>";
-    const ZHandle parser = open_file(text, kUsual | ZXML_WHOLE);
-    EXPECT_NE(parser, 0U) << told_error();
-    int depth = 0;
-    for (ZHandle at = ZxmlParser_top_element(parser); at != 0; at = ZxmlElem_first_child(at))
-        depth++;
-    EXPECT_EQ(depth, kDepth);
+// Defaults of records that are deleted one by one do not add up.
+TEST_F(ElementHandlers, DeletedRecordsAreNoBomb) {
+    const std::string value(5000, 'v');
+    std::string text = "<!DOCTYPE a [<!ATTLIST x d CDATA '" + value + "'>]><a>";
+    for (int i = 0; i < 20000; i++)
+        text += "<x/>";
+    const ZHandle parser = open_file(text + "</a>", kUsual);
+    int records = 0;
+    for (; ZxmlParser_parse_record(parser) != 0; records++)
+        ZxmlElem_delete(ZxmlElem_first_child(ZxmlParser_top_element(parser)));
+    EXPECT_EQ(told_error(), "8");
+    EXPECT_EQ(records, 20000);
     ZxmlParser_release(parser);
+}
+
+TEST_F(ElementHandlers, DepthAloneIsNoBomb) {
+    on_small_stack([] {
+        constexpr int kDepth = 1000000;
+        std::string text;
+        for (int i = 0; i < kDepth; i++)
+            text += "<x>";
+        for (int i = 0; i < kDepth; i++)
+            text += "</x>";
+        const ZHandle parser = open_file(text, kUsual | ZXML_WHOLE);
+        EXPECT_NE(parser, 0U) << told_error();
+        int depth = 0;
+        for (ZHandle at = ZxmlParser_top_element(parser); at != 0; at = ZxmlElem_first_child(at))
+            depth++;
+        EXPECT_EQ(depth, kDepth);
+        ZxmlParser_release(parser);
+    });
 }
 
 }  // namespace

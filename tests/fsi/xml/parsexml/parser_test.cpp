@@ -216,6 +216,18 @@ TEST_F(Parser, EachCallReadsOneChildOfTheTopElement) {
     }
 }
 
+TEST_F(Parser, EachParserTellsItsOwnErrorAgain) {
+    const ZHandle one = open_file("<a><r></q></a>", kUsual);
+    EXPECT_EQ(ZxmlParser_parse_record(one), 0);
+    const ZHandle two = open_file("<a>&no;</a>", kUsual);
+    EXPECT_EQ(ZxmlParser_parse_record(two), 0);
+    EXPECT_EQ(told_error(), "19 5 11 undefined entity");
+    EXPECT_EQ(ZxmlParser_parse_record(one), 0);
+    EXPECT_EQ(told_error(), "19 5 7 mismatched tag");
+    ZxmlParser_release(one);
+    ZxmlParser_release(two);
+}
+
 TEST_F(Parser, NoRecordsToRead) {
     struct Row {
         const char *name;
