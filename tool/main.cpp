@@ -30,6 +30,8 @@ constexpr CommandRow kCommands[] = {
      tool::declare_show},
     {"locate", "Say which dictionary files were tried and which one was taken",
      tool::declare_locate},
+    {"convert", "Write a dictionary in its other form: text as XML, XML as text",
+     tool::declare_convert},
     {"ddl", "Print the CREATE statements of a dictionary's table and indexes", tool::declare_ddl},
     {"load", "Move the records of a file into a database table", tool::declare_load},
     {"unload", "Write the records of a database table to a file", tool::declare_unload},
