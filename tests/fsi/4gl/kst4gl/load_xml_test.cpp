@@ -334,6 +334,23 @@ TEST_F(LoadXml, TextsAreInTheProgramsCharacterSet) {
     EXPECT_STREQ(xfd->x_table_name, "K\xD6NIG");
 }
 
+TEST_F(LoadXml, DocumentsMayBeInUtf16) {
+    const std::string text = "<a>\n" + identification(element("table-name", "T&#xD6;")) + "</a>\n";
+    for (const bool is_big : {false, true}) {
+        for (const bool has_mark : {false, true}) {
+            SCOPED_TRACE(std::to_string(is_big) + std::to_string(has_mark));
+            std::string wide = !has_mark ? "" : is_big ? "\xFE\xFF" : "\xFF\xFE";
+            for (const char c : text) {
+                wide += is_big ? '\0' : c;
+                wide += is_big ? c : '\0';
+            }
+            const OwnedXfd xfd = load(wide, XFD_LOAD_COMMENTS);
+            ASSERT_NE(xfd, nullptr) << file_error();
+            EXPECT_STREQ(xfd->x_table_name, "T\xD6");
+        }
+    }
+}
+
 TEST_F(LoadXml, KeysAreTakenInTheirOrder) {
     EXPECT_EQ(keys(with_keys("1", kKey)), "key 0: 2+5 duplicates columns id_a=65535\n");
     // Whatever stands around the only one.
