@@ -402,7 +402,7 @@ TEST_F(Feeding, LongTokensCostInProportion) {
     };
     for (const LongRow &row : kLongTokens) {
         for (const bool by_record : {false, true}) {
-            for (const Size &size : {Size{1 << 20, 32000}, Size{1 << 18, 7}}) {
+            for (const Size &size : {Size{1 << 19, 32000}, Size{1 << 18, 7}}) {
                 for (const bool has_deferral : {false, true}) {
                     SCOPED_TRACE(std::string(row.name) + (by_record ? " by record " : " whole ") +
                                  std::to_string(size.most));
