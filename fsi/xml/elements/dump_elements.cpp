@@ -28,7 +28,9 @@ void dump_attributes(const Element &element, int32_t level) {
         // The name is measured, not fetched: what is printed in its place is what the
         // buffer held before.
         const int32_t length = ZxmlElem_attribute_name(element.handle, i, nullptr, 0);
-        validate_scratch(length + 1);
+        const bool was_held = xml_scratch != nullptr;
+        if (validate_scratch(length + 1) != 0 && !was_held)
+            xml_scratch[0] = '\0';
         eprintf("\n%*s%s = ", level + 4, " ", scratch());
         eprintf("%s", fetched([&](char *buffer, int32_t size) {
                     return ZxmlElem_attribute_value(element.handle, i, buffer, size);

@@ -85,11 +85,27 @@ size_t open_character(std::string_view text) {
     return 0;
 }
 
+// In the bytes of an encoding by table; what it has no byte for becomes "?".
+int32_t convert_to_bytes(std::string_view text, const int *codes, char *to, int32_t room) {
+    int32_t size = 0;
+    while (!text.empty() && size < room) {
+        const Character character = decode(text);
+        const auto code_point = static_cast<int>(character.code_point);
+        const int *end = codes + 256;
+        const int *code =
+            code_point < 0x80 ? codes + code_point : std::find(codes, end, code_point);
+        to[size++] = code == end ? '?' : static_cast<char>(code - codes);
+        text.remove_prefix(character.size);
+    }
+    return size;
+}
+
 }  // namespace
 
-Output::Output(void *target, int32_t encoding_type, bool is_ascii)
+Output::Output(void *target, int32_t encoding_type, const int *byte_codes)
     : encoding_type_(encoding_type),
-      limit_(is_ascii                   ? 0x80
+      byte_codes_(byte_codes),
+      limit_(byte_codes != nullptr      ? 0x80
              : encoding_type == kLatin1 ? 0x100
                                         : UINT32_MAX) {
     if (target != nullptr && ZIsAString(target) != 0)
@@ -104,16 +120,17 @@ void Output::put(std::string_view text) {
         std::memcpy(buffer_ + used_, text.data(), room);
         used_ += room;
         text.remove_prefix(room);
-        flush();
+        flush_full();
     }
-    std::memcpy(buffer_ + used_, text.data(), text.size());
+    if (!text.empty())
+        std::memcpy(buffer_ + used_, text.data(), text.size());
     used_ += text.size();
 }
 
 void Output::put_blanks(size_t n) {
     while (n > 0) {
         if (used_ == sizeof buffer_)
-            flush();
+            flush_full();
         const size_t some = std::min(n, sizeof buffer_ - used_);
         std::memset(buffer_ + used_, ' ', some);
         used_ += some;
@@ -174,7 +191,7 @@ void Output::put_escaped(std::string_view text, uint32_t flags, int32_t code_pag
     put(fsi::part(text, start, i - start));
 }
 
-void Output::put_comment(std::string_view text, uint32_t flags) {
+void Output::put_comment(std::string_view text, uint32_t flags, bool is_last) {
     if ((flags & ZXML_TRIM) != 0)
         text = trimmed(text);
     flags &= ~uint32_t{ZXML_TRIM};
@@ -182,53 +199,88 @@ void Output::put_comment(std::string_view text, uint32_t flags) {
         const size_t pair = text.find("--");
         if (pair == text.npos)
             break;
-        put_escaped(fsi::part(text, 0, pair + 1), flags);
+        put_escaped(text.substr(0, pair + 1), flags);
         put(' ');
         text.remove_prefix(pair + 1);
     }
     put_escaped(text, flags);
-    if (text.ends_with('-'))
+    if (is_last && text.ends_with('-'))
         put(' ');
 }
 
 void Output::give(const char *bytes, size_t size) {
-    if (size == 0)
-        return;
+    size_t taken = 0;
     if (string_ != nullptr)
-        written_ += ZSTRINGAppendN(string_, bytes, size) != 0 ? static_cast<int64_t>(size) : 0;
+        taken = ZSTRINGAppendN(string_, bytes, size) != 0 ? size : 0;
     else if (file_ != nullptr)
-        written_ += static_cast<int64_t>(os_fwrite(bytes, size, file_));
+        taken = os_fwrite(bytes, size, file_);
+    written_ += static_cast<int64_t>(taken);
+    has_failed_ = has_failed_ || taken < size;
 }
 
-void Output::flush() {
-    const bool converts =
-        encoding_type_ == kUtf16Little || encoding_type_ == kUtf16Big || encoding_type_ == kLatin1;
-    if (!converts) {
-        give(buffer_, used_);
-        used_ = 0;
-        return;
-    }
-    // Half a character waits for its end, unless it is all there is.
-    size_t size = used_;
-    if (size == sizeof buffer_)
-        size -= open_character({buffer_, size});
-    if (size == 0)
-        return;
-    const auto length = static_cast<int32_t>(size);
-    const auto convert = [&](char *to, int32_t room) {
-        return encoding_type_ == kLatin1 ? ZUTF8ToISO88591(buffer_, length, to, room)
-                                         : ZUTF8To16(buffer_, length, to, room, encoding_type_);
-    };
-    const int32_t needed = convert(nullptr, 0);
-    // One more than the terminator takes, so that all of the text fits.
-    if (needed > 0 && validate_scratch(needed + 4) != 0) {
-        convert(xml_scratch, xml_scratchlen);
-        give(xml_scratch, static_cast<size_t>(needed));
-    } else {
-        give(buffer_, size);
-    }
+void Output::finish() {
+    if (used_ > 0)
+        flush(used_);
+    used_ = 0;
+}
+
+// Half a character waits for its end.
+void Output::flush_full() {
+    const size_t size = used_ - open_character({buffer_, used_});
+    flush(size);
     std::memmove(buffer_, buffer_ + size, used_ - size);
     used_ -= size;
+}
+
+void Output::flush(size_t size) {
+    const std::string_view text(buffer_, size);
+    const bool converts =
+        encoding_type_ == kUtf16Little || encoding_type_ == kUtf16Big || encoding_type_ == kLatin1;
+    if (byte_codes_ != nullptr)
+        convert_in_pieces(text);
+    else if (!converts)
+        give(buffer_, size);
+    else if (!convert_in_scratch(text))
+        convert_in_pieces(text);
+}
+
+int32_t Output::convert(std::string_view text, char *to, int32_t room) const {
+    const auto length = static_cast<int32_t>(text.size());
+    if (byte_codes_ != nullptr)
+        return convert_to_bytes(text, byte_codes_, to, room);
+    return encoding_type_ == kLatin1 ? ZUTF8ToISO88591(text.data(), length, to, room)
+                                     : ZUTF8To16(text.data(), length, to, room, encoding_type_);
+}
+
+// False without memory.  What has no conversion is given as it is.
+bool Output::convert_in_scratch(std::string_view text) {
+    const int32_t needed = convert(text, nullptr, 0);
+    if (needed <= 0) {
+        give(text.data(), text.size());
+        return true;
+    }
+    if (validate_scratch(needed) == 0)
+        return false;
+    convert(text, xml_scratch, xml_scratchlen);
+    give(xml_scratch, static_cast<size_t>(needed));
+    return true;
+}
+
+// Through a small buffer: slower, and asks for no memory.
+void Output::convert_in_pieces(std::string_view text) {
+    char converted[2048];
+    while (!text.empty()) {
+        // A byte becomes two at most.
+        std::string_view piece = text.substr(0, sizeof converted / 2);
+        if (const size_t open = open_character(piece); open < piece.size())
+            piece.remove_suffix(piece.size() < text.size() ? open : 0);
+        const int32_t size = convert(piece, converted, sizeof converted);
+        if (size > 0)
+            give(converted, static_cast<size_t>(size));
+        else
+            give(piece.data(), piece.size());
+        text.remove_prefix(piece.size());
+    }
 }
 
 }  // namespace fsi::xml

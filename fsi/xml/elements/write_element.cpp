@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t kAttributeIndent = 5;
 constexpr size_t kChildIndent = 2;
+constexpr int32_t kAsItIs = 1;  // an output encoding that changes no byte
 
 int16_t keep_whitespace = -1;  // as configured; negative: not read
 
@@ -24,12 +25,12 @@ void write_comments(Output *out, std::string_view comments, size_t indent, uint3
         const size_t newline = comments.find('\n');
         if (newline == comments.npos)
             break;
-        out->put_comment(comments.substr(0, newline), flags);
+        out->put_comment(comments.substr(0, newline), flags, false);
         out->put('\n');
         out->put_blanks(indent + kAttributeIndent);
         comments.remove_prefix(newline + 1);
     }
-    out->put_comment(comments, flags);
+    out->put_comment(comments, flags, true);
     out->put(" -->\n");
 }
 
@@ -112,13 +113,13 @@ namespace {
 
 // The result of the writing functions.
 int32_t finish(Output *out) {
-    out->flush();
+    out->finish();
     return static_cast<int32_t>(std::min<int64_t>(out->written(), INT32_MAX));
 }
 
-void put_piece(Output *out, std::string_view text, uint32_t flags, int32_t code_page) {
+void put_stretch(Output *out, std::string_view text, uint32_t flags) {
     if ((flags & ZXML_ESCAPE) != 0)
-        out->put_escaped(text, flags, code_page);
+        out->put_escaped(text, flags);
     else
         out->put(text);
 }
@@ -129,14 +130,21 @@ int32_t ZxmlElem_write_with_encoding(void *target, int32_t encoding_type,
                                      const ZxmlTextPiece *piece, uint32_t flags) {
     if (piece == nullptr || piece->text == nullptr)
         return 0;
-    Output out(target, encoding_type);
-    size_t length =
+    const size_t given =
         piece->length < 0 ? std::strlen(piece->text) : static_cast<size_t>(piece->length);
-    // Types of no encoding that is known here pass every byte.
-    const bool is_known = encoding_type >= -1 && encoding_type <= 7 && encoding_type != 1;
-    if (is_known || (flags & ZXML_ESCAPE) != 0)
-        length = strnlen(piece->text, length);
-    put_piece(&out, {piece->text, length}, flags, piece->code_page);
+    if ((flags & ZXML_ESCAPE) != 0) {
+        Output out(target, encoding_type);
+        out.put_escaped({piece->text, given}, flags, piece->code_page);
+        return finish(&out);
+    }
+    const size_t terminated = strnlen(piece->text, given);
+    const bool is_utf8 = encoding_type == -1 || encoding_type == 0 || encoding_type == 2;
+    const bool converts = encoding_type == 3 || encoding_type == 5 || encoding_type == 7;
+    // Where no text is left to convert, the bytes are written as they are, as they are
+    // in encodings without a conversion.
+    const bool is_cut = is_utf8 || (converts && terminated > 0);
+    Output out(target, is_cut ? encoding_type : kAsItIs);
+    out.put({piece->text, is_cut ? terminated : given});
     return finish(&out);
 }
 
@@ -148,7 +156,7 @@ int32_t ZxmlElem_write_ascii(void *target, int32_t encoding_type, const char *te
     std::string_view rest = text;
     while (true) {
         const size_t newline = rest.find('\n');
-        put_piece(&out, rest.substr(0, newline), flags, 2);
+        put_stretch(&out, rest.substr(0, newline), flags);
         if (newline == rest.npos)
             return finish(&out);
         out.put('\n');

@@ -7,6 +7,7 @@
 #include "fsi/base/owner.h"
 #include "fsi/base/text.h"
 #include "fsi/xml/elements/output.h"
+#include "fsi/xml/handlers/handlers.h"
 #include "fsi/xml/handlers/instructions.h"
 #include "fsi/xml/parsexml/parser.h"
 #include "host/charset.h"
@@ -48,7 +49,7 @@ bool is_printable_ascii(std::string_view text) {
     return true;
 }
 
-// Within a comment: no hyphen beside another one.
+// Within a comment: no hyphen beside another one, or last.
 void put_without_pairs(Output *out, std::string_view text) {
     for (size_t i = 0; i < text.size(); i++) {
         out->put(text[i]);
@@ -58,13 +59,21 @@ void put_without_pairs(Output *out, std::string_view text) {
     }
 }
 
+// A file name as a document can hold it, on one line: no control characters.
+void clean_name(char *name) {
+    for (; *name != '\0'; name++) {
+        if (*name > '\0' && *name < ' ' && *name != '\t')
+            *name = '?';
+    }
+}
+
 // The comment that reading drops again.
 void write_generated_comment(Output *out, std::string_view file_name) {
     char small[100];
     Block<char> large;
     std::string_view name = file_name;
     if (!is_printable_ascii(file_name)) {
-        const int32_t length = static_cast<int32_t>(file_name.size());
+        const auto length = static_cast<int32_t>(file_name.size());
         const int32_t needed = ZCOBOLCharSetToUTF8(file_name.data(), length, nullptr, 0);
         char *buffer = small;
         int32_t size = sizeof small;
@@ -76,8 +85,11 @@ void write_generated_comment(Output *out, std::string_view file_name) {
                 size = needed + 1;
             }
         }
+        // Without the large one as much of the name as the small one holds.
         ZCOBOLCharSetToUTF8(file_name.data(), length, buffer, size - 1);
-        name = bounded_view(buffer, static_cast<size_t>(needed < size ? needed : size - 1));
+        buffer[size - 1] = '\0';
+        clean_name(buffer);
+        name = buffer;
     }
     const int32_t date = os_date();
     char text[64];
@@ -146,24 +158,35 @@ void write_doctype(Output *out, const State &state) {
     out->put(">\n");
 }
 
-// Whether text in the document's own encoding may be other than UTF-8 and has to do
-// with ASCII: an encoding is named that the writer does not know.
-bool needs_ascii(const State &state) {
-    return state.encoding_type == 0 && state.encoding != nullptr &&
-           Zencoding_name_to_type(state.encoding) != 2;
+// The bytes of the document's own encoding where that is one of a name alone; false
+// where text is written in UTF-8 or converted by its type.
+bool find_byte_codes(const State &state, XML_Encoding *codes) {
+    if (state.encoding_type != 0 || state.encoding == nullptr ||
+        Zencoding_name_to_type(state.encoding) == 2)
+        return false;
+    if (on_unknown_encoding(nullptr, state.encoding, codes) == 0) {
+        for (int i = 0; i < 256; i++)
+            codes->map[i] = i < 0x80 ? i : -1;
+    }
+    return true;
 }
 
-void write_document(void *target, const State &state, const char *commented_name) {
-    Output out(target, state.encoding_type, needs_ascii(state));
+// False when the target refused some of it.
+bool write_document(void *target, const State &state, const char *commented_name) {
+    XML_Encoding codes;
+    Output out(target, state.encoding_type, find_byte_codes(state, &codes) ? codes.map : nullptr);
     write_declaration(&out, state);
     if (commented_name != nullptr)
         write_generated_comment(&out, commented_name);
     write_instructions(&out, state);
     write_comments(&out, state);
     write_doctype(&out, state);
-    if (const Element *top = find_element(state.top_element); top != nullptr)
+    if (const Element *top = find_element(state.top_element); top != nullptr) {
         write_element(&out, *top, 0, text_flags());
-    forget_text_flags();
+        forget_text_flags();
+    }
+    out.finish();
+    return !out.has_failed();
 }
 
 }  // namespace
@@ -202,6 +225,11 @@ ZString ZxmlParser_write_memory(ZHandle handle) {
         parser_error = ZXML_NO_MEMORY;
         return nullptr;
     }
-    write_document(text, *parser->state, nullptr);
+    // A string that memory cut short would be half a document.
+    if (!write_document(text, *parser->state, nullptr)) {
+        ZSTRINGDelete(text);
+        parser_error = ZXML_NO_MEMORY;
+        return nullptr;
+    }
     return text;
 }
