@@ -17,6 +17,7 @@ function(wbfsi_import target header)
 endfunction()
 
 find_package(Threads REQUIRED)
+wbfsi_import(wbfsi_expat expat.h LIBRARIES expat)
 wbfsi_import(wbfsi_sqlite sqlite3.h LIBRARIES sqlite3)
 wbfsi_import(wbfsi_cli11 CLI/CLI.hpp)
 wbfsi_import(wbfsi_json nlohmann/json.hpp)

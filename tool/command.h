@@ -22,6 +22,7 @@ using Declare = Action (*)(CLI::App &app);
 
 Action declare_show(CLI::App &app);
 Action declare_locate(CLI::App &app);
+Action declare_convert(CLI::App &app);
 Action declare_ddl(CLI::App &app);
 Action declare_cat(CLI::App &app);
 Action declare_load(CLI::App &app);

@@ -30,6 +30,8 @@ constexpr CommandRow kCommands[] = {
      tool::declare_show},
     {"locate", "Say which dictionary files were tried and which one was taken",
      tool::declare_locate},
+    {"convert", "Write a dictionary in its other form: text as XML, XML as text",
+     tool::declare_convert},
     {"ddl", "Print the CREATE statements of a dictionary's table and indexes", tool::declare_ddl},
     {"cat", "Print the records of a file: as a table, CSV, JSON or one field a line",
      tool::declare_cat},

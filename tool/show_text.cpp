@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Writes the text form of a dictionary.  It is made from the fields as they were
-// declared, so the first occurrence of each OCCURS group stands for the group, and
-// the lines START OCCURS and END OCCURS around it are worked out from the depths
-// and counts of the fields.
+// Writes the text form of a dictionary.
 
 #include <algorithm>
 #include <cstring>
@@ -12,7 +9,7 @@
 #include <vector>
 
 #include "tool/columns.h"
-#include "tool/failure.h"
+#include "tool/dictionary_writer.h"
 #include "tool/session.h"
 #include "tool/show.h"
 #include "tool/words.h"
@@ -26,18 +23,39 @@ namespace {
 // byte whatever it is.
 constexpr size_t kMaxLine = 510;
 constexpr int kLastVersion = 8;
-constexpr int kMaxGroups = 15;
-constexpr uint32_t kMaxNumber = INT32_MAX;
 
 enum FirstVersion { kFileType = 4, kListedCounts = 4, kLevels = 5, kConversions = 6 };
 
-[[noreturn]] void refuse(const std::string &what, const std::string &why) {
-    throw Failure(what + ": the text form cannot hold it: " + why);
-}
+class TextWriter : public DictionaryWriter {
+ public:
+    TextWriter(const Xfd &declared, const Xfd &expanded, bool listed_view)
+        : DictionaryWriter("text", declared, expanded, listed_view) {}
+
+ private:
+    using Values = std::vector<std::string>;
+
+    void refuse_what_has_no_place() const override;
+    void write_head() override;
+    void write_field(const XfdField &field, uint32_t user_flags) override;
+    void open_group(const std::string &what, uint32_t times, uint32_t size_bytes,
+                    const std::string &sub_table) override;
+    void close_group(const std::string &what) override { line(what, {"90002", "END OCCURS"}); }
+    void write_tail() override {}
+
+    std::string quoted(const std::string &what, std::string_view text) const;
+    void line(const std::string &what, const Values &values);
+    void write_identity();
+    void write_conversions();
+    void write_keys();
+    void write_conditions();
+    void write_condition(uint32_t index);
+    void write_counts();
+    void write_comment(const XfdField &field);
+};
 
 // One value of a line as the reader splits it: as it is where no rule of the
 // splitter touches it, else between quotes.
-std::string quoted(const std::string &what, std::string_view text) {
+std::string TextWriter::quoted(const std::string &what, std::string_view text) const {
     if (text.find('\n') != std::string_view::npos) {
         refuse(what, "a value ends with its line, and this one holds a line feed");
     }
@@ -55,50 +73,6 @@ std::string quoted(const std::string &what, std::string_view text) {
     return result + '"';
 }
 
-std::string number(const std::string &what, uint32_t value) {
-    if (value > kMaxNumber) {
-        refuse(what, "numbers go up to 2147483647, this one is " + std::to_string(value));
-    }
-    return std::to_string(value);
-}
-
-class TextWriter {
- public:
-    TextWriter(const Xfd &declared, const Xfd &expanded, bool listed_view)
-        : xfd_(declared),
-          expanded_(expanded),
-          count_(shown_field_count(declared, listed_view)),
-          expanded_count_(shown_field_count(expanded, listed_view)) {}
-
-    std::string write();
-
- private:
-    using Values = std::vector<std::string>;
-
-    void line(const std::string &what, const Values &values);
-    void refuse_what_has_no_place() const;
-    void write_identity();
-    void write_conversions();
-    void write_keys();
-    void write_conditions();
-    void write_condition(uint32_t index);
-    std::string original_value(uint32_t index) const;
-    void write_counts();
-    void write_fields();
-    void write_comment(const XfdField &field);
-    void write_field(const XfdField &field);
-    bool is_in_secondary_table(const XfdField &field);
-    uint32_t write_group(uint32_t first, int level);
-    uint32_t end_of_first_occurrence(uint32_t first, int level) const;
-
-    const Xfd &xfd_;       // as declared
-    const Xfd &expanded_;  // field by field, the occurrences of each one together
-    const uint32_t count_;
-    const uint32_t expanded_count_;
-    uint32_t n_expanded_ = 0;  // fields of expanded_ that are written
-    std::string text_;
-};
-
 void TextWriter::line(const std::string &what, const Values &values) {
     std::string text;
     for (const std::string &value : values) {
@@ -111,17 +85,9 @@ void TextWriter::line(const std::string &what, const Values &values) {
     text_ += text + '\n';
 }
 
-std::string name_of(const XfdField &field) {
-    return "field " + printable(field.fd_name);
-}
-
 void TextWriter::refuse_what_has_no_place() const {
     if (xfd_.x_version < 1 || xfd_.x_version > kLastVersion) {
         refuse("version " + std::to_string(xfd_.x_version), "versions are 1 to 8");
-    }
-    if (const int64_t cut = cut_short_at(expanded_); cut >= 0) {
-        refuse("field " + std::to_string(cut + 1),
-               "the dictionary is cut short, this field could not be built");
     }
     if (xfd_.x_identity_field >= 0) {
         refuse("identity field " + std::to_string(xfd_.x_identity_field + 1),
@@ -131,13 +97,6 @@ void TextWriter::refuse_what_has_no_place() const {
         const XfdField &field = xfd_.x_fdesc[i];
         if (field.fd_null_value != nullptr) {
             refuse(name_of(field), "null value \"" + printable(field.fd_null_value) + "\"");
-        }
-        if (field.fd_occurs_depth > kMaxGroups) {
-            refuse(name_of(field), "OCCURS groups nest up to 15 deep");
-        }
-        if (std::any_of(field.fd_max_occurs, field.fd_max_occurs + field.fd_occurs_depth,
-                        [](uint16_t times) { return times == 0; })) {
-            refuse(name_of(field), "it is part of a group that occurs 0 times");
         }
     }
 }
@@ -211,18 +170,6 @@ void TextWriter::write_conditions() {
     }
 }
 
-// A comparison that one of the two views resolved and the other did not has its
-// value as it was written in the other.
-std::string TextWriter::original_value(uint32_t index) const {
-    const XfdCondition &declared = xfd_.x_condition[index];
-    const XfdCondition &expanded = expanded_.x_condition[index];
-    std::string value = condition_value(xfd_, declared);
-    if (strcmp(declared.c_value, expanded.c_value) == 0 || value == declared.c_value) {
-        return value;
-    }
-    return condition_value(expanded_, expanded);
-}
-
 void TextWriter::write_condition(uint32_t index) {
     const XfdCondition &condition = xfd_.x_condition[index];
     const std::string what = "condition " + std::to_string(index + 1);
@@ -281,33 +228,8 @@ void TextWriter::write_comment(const XfdField &field) {
     }
 }
 
-// A key column or a condition that bears the name of one occurrence takes the mark
-// from that one alone.  Moves on over the occurrences of the field.
-bool TextWriter::is_in_secondary_table(const XfdField &field) {
-    uint64_t occurrences = 1;
-    for (int level = 0; level < field.fd_occurs_depth && occurrences <= expanded_count_; level++) {
-        occurrences *= field.fd_max_occurs[level];
-    }
-    if (n_expanded_ + occurrences > expanded_count_) {
-        refuse(name_of(field), "not all of its occurrences are there");
-    }
-    const XfdField *first = expanded_.x_fdesc + n_expanded_;
-    n_expanded_ += static_cast<uint32_t>(occurrences);
-    return (field.fd_flags & XFD_FIELD_IN_SECONDARY_TABLE) != 0 ||
-           std::any_of(first, first + occurrences, [](const XfdField &occurrence) {
-               return (occurrence.fd_flags & XFD_FIELD_IN_SECONDARY_TABLE) != 0;
-           });
-}
-
-void TextWriter::write_field(const XfdField &field) {
+void TextWriter::write_field(const XfdField &field, uint32_t user_flags) {
     const std::string what = name_of(field);
-    constexpr uint32_t kSecondaryTable = 16;
-    constexpr uint32_t kHidden = 32;
-    constexpr uint32_t kReadOnly = 64;
-    uint32_t user_flags = field.fd_user_type & 15u;
-    user_flags |= is_in_secondary_table(field) ? kSecondaryTable : 0;
-    user_flags |= (field.fd_flags & XFD_FIELD_HIDDEN) != 0 ? kHidden : 0;
-    user_flags |= (field.fd_flags & XFD_FIELD_READ_ONLY) != 0 ? kReadOnly : 0;
     const XfdArgument &data = field.fd_argument;
     Values values = {number(what, field.fd_offset),    number(what, data.a_size),
                      std::to_string(data.a_type),      std::to_string(data.a_digits),
@@ -324,50 +246,9 @@ void TextWriter::write_field(const XfdField &field) {
     line(what, values);
 }
 
-// The index behind the first occurrence of the group that begins at `first` and
-// is `level` deep (0 = outermost): the fields up to the one that leaves the group
-// or belongs to another occurrence or another group.
-uint32_t TextWriter::end_of_first_occurrence(uint32_t first, int level) const {
-    const XfdField &start = xfd_.x_fdesc[first];
-    uint32_t i = first;
-    const char *sub_table = nullptr;  // of the fields that belong to no inner group
-    for (; i < count_; i++) {
-        const XfdField &field = xfd_.x_fdesc[i];
-        if (field.fd_occurs_depth <= level ||
-            field.fd_max_occurs[level] != start.fd_max_occurs[level] ||
-            field.fd_occurs_index[level] != 1) {
-            break;
-        }
-        if (field.fd_occurs_depth == level + 1) {
-            if (sub_table != nullptr && strcmp(sub_table, field.fd_subtable) != 0) {
-                break;
-            }
-            sub_table = field.fd_subtable;
-        }
-    }
-    return i;
-}
-
-// Writes the group and gives the index behind its last occurrence.
-uint32_t TextWriter::write_group(uint32_t first, int level) {
-    const XfdField &start = xfd_.x_fdesc[first];
-    const uint32_t end = end_of_first_occurrence(first, level);
-    const uint32_t times = start.fd_max_occurs[level];
-    const uint64_t behind = first + uint64_t{end - first} * times;
-    const std::string what = "OCCURS group of " + name_of(start);
-    if (behind > count_) {
-        refuse(what, "not all of its occurrences are there");
-    }
-    const uint32_t occurrence_bytes = times > 1 ? xfd_.x_fdesc[end].fd_offset - start.fd_offset : 0;
-
-    Values values = {"90001", std::to_string(times), number(what, occurrence_bytes),
-                     "START OCCURS"};
-    std::string sub_table;
-    for (uint32_t i = first; i < end; i++) {
-        if (xfd_.x_fdesc[i].fd_occurs_depth == level + 1) {
-            sub_table = xfd_.x_fdesc[i].fd_subtable;
-        }
-    }
+void TextWriter::open_group(const std::string &what, uint32_t times, uint32_t size_bytes,
+                            const std::string &sub_table) {
+    Values values = {"90001", std::to_string(times), number(what, size_bytes), "START OCCURS"};
     if (!sub_table.empty()) {
         if (xfd_.x_version < kConversions) {
             refuse(what, "versions below 6 have no sub-tables");
@@ -375,63 +256,20 @@ uint32_t TextWriter::write_group(uint32_t first, int level) {
         values.push_back(quoted(what, sub_table));
     }
     line(what, values);
-    for (uint32_t i = first; i < end;) {
-        if (xfd_.x_fdesc[i].fd_occurs_depth > level + 1) {
-            i = write_group(i, level + 1);
-        } else {
-            write_field(xfd_.x_fdesc[i++]);
-        }
-    }
-    line(what, {"90002", "END OCCURS"});
-    return static_cast<uint32_t>(behind);
 }
 
-void TextWriter::write_fields() {
-    for (uint32_t i = 0; i < count_;) {
-        if (xfd_.x_fdesc[i].fd_occurs_depth > 0) {
-            i = write_group(i, 0);
-        } else {
-            write_field(xfd_.x_fdesc[i++]);
-        }
-    }
-    if (n_expanded_ != expanded_count_) {
-        refuse(name_of(expanded_.x_fdesc[n_expanded_]),
-               "the declared fields do not account for it");
-    }
-}
-
-std::string TextWriter::write() {
-    if (xfd_.x_n_conditions != expanded_.x_n_conditions) {
-        throw Failure("the dictionary was changed while it was read");
-    }
-    refuse_what_has_no_place();
+void TextWriter::write_head() {
     write_identity();
     write_conversions();
     write_keys();
     write_conditions();
     write_counts();
-    write_fields();
-    return std::move(text_);
 }
 
 }  // namespace
 
 std::string dictionary_text(const Xfd &declared, const Xfd &expanded, bool listed_view) {
     return TextWriter(declared, expanded, listed_view).write();
-}
-
-// The listed items stand in the text too where the listed view is whole: a
-// dictionary may count too few of them for it.
-void show_text(std::ostream &out, const std::string &name) {
-    constexpr uint32_t kNormal = XFD_LOAD_COMMENTS;
-    constexpr uint32_t kListed = XFD_LOAD_COMMENTS | XFD_LOAD_LISTED_VIEW;
-    const Dictionary normal = load_dictionary(name, kNormal);
-    const Dictionary listed = try_load_dictionary(name, kListed);
-    const bool use_listed = listed != nullptr && listed->x_version >= kLevels &&
-                            listed->x_n_fields_alloc > normal->x_n_fields_alloc;
-    const uint32_t flags = (use_listed ? kListed : kNormal) | XFD_LOAD_COPY_OCCURS;
-    const Dictionary declared = load_dictionary(name, flags);
-    out << dictionary_text(*declared, use_listed ? *listed : *normal, use_listed);
 }
 
 }  // namespace tool

@@ -20,6 +20,14 @@ inline std::string_view bounded_view(const char *text, size_t limit) {
     return {text, strnlen(text, limit)};
 }
 
+// Up to `count` characters from `first` on, both within bounds: std's substr asks for the
+// C++ run-time library, which is not there to throw.
+constexpr std::string_view part(std::string_view text, size_t first,
+                                size_t count = std::string_view::npos) {
+    first = std::min(first, text.size());
+    return {text.data() + first, std::min(count, text.size() - first)};
+}
+
 // The whole text of a dynamic string; empty for null.  Valid until the string
 // changes.
 inline std::string_view view(ZString string) {

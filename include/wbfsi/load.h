@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: MIT
  *
  * From the name that a COBOL program gives its file to the dictionary in
- * memory.  The text form of the file is described in docs/formats/text-xfd.md;
- * what the records mean stands in wbfsi/records.h. */
+ * memory.  The file has one of two forms, which docs/formats/text-xfd.md and
+ * docs/formats/xml-xfd.md describe; what the records mean stands in
+ * wbfsi/records.h. */
 #ifndef WBFSI_LOAD_H
 #define WBFSI_LOAD_H
 
@@ -15,10 +16,11 @@ WBFSI_BEGIN
 
 /* Bits of the flags of Z4ParseXFD; others are ignored. */
 enum {
-    /* Comment lines directly above a field become its fd_comment. */
+    /* Comment lines directly above a field become its fd_comment; the text form
+     * alone has them. */
     XFD_LOAD_COMMENTS = 1,
-    /* Items that are listed only (condition 999) get records too; from version
-     * 5 of the text form on. */
+    /* Items that are listed only (condition 999) get records too; of the text form
+     * from version 5 on. */
     XFD_LOAD_LISTED_VIEW = 2,
     /* The occurrences of an OCCURS group keep the declared name instead of
      * getting suffixes _1, _2 ...  A group that names a sub-table does so
@@ -51,9 +53,10 @@ enum {
  * 4GL_TABLE_CASE and 4GL_COLUMN_CASE decide the case of select and field names.
  *
  * On success f_errno and f_int_errno are 0 and f_errmsg is null; x_filename is
- * the path read.  A field whose name cannot be composed or whose date format is
- * wrong ends the reading of fields, which is no failure: its slot and all slots
- * behind it have empty names, while the counts are as declared.
+ * the path read.  In the text form a field whose name cannot be composed or whose
+ * date format is wrong ends the reading of fields, which is no failure: its slot
+ * and all slots behind it have empty names, while the counts are as declared.  In
+ * the XML form it is one.
  *
  * On failure nothing stays allocated, f_int2_errno and errno are those of the
  * system call that failed (0 when none did), f_errmsg points at a message that
@@ -72,8 +75,15 @@ enum {
  *   19      2            no such type of condition          Unknown condition type: <type>
  *   19      2            anything else malformed            XFD file '<path>', line <n>: and
  *                                                           what is wrong with which value
- *   19      2            XML form: not read yet             XFD file '<path>' is in XML form,
- *                                                           which cannot be read
+ *   19      2            the same in the XML form           XFD file '<path>', <way to the
+ *                                                           element>: and the same
+ *   19      5            neither form: not well-formed XML  XFD file '<path>', line <n>, column
+ *                                                           <n>: neither the text form nor XML:
+ *                                                           and expat's text
+ *   19      6            XML form: a name is too long with  as for a malformed one, with message
+ *                        its OCCURS suffixes                1161 of set 5
+ *   1       0            XML form: the file cannot be read  Read error on XFD file, error =
+ *                                                           <errno>
  *
  * A refused copy of the path fails its attempt only (f_errno 14 if it was the
  * last one).  When memory for the earlier text of XFD_DIRECTORY is refused, that

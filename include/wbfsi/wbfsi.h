@@ -18,6 +18,11 @@
  *   errmap.h      errors of databases as errors of files
  *   suffixes.h    extensions that tables do not carry
  *   trace.h       cursors and transactions in the trace
+ *   xml_xfd.h     the names of dictionaries in XML form
+ *   xml_element.h elements of XML documents
+ *   xml_parser.h  XML documents, read and built
+ *   xml_writer.h  and written
+ *   xml_expat.h   what lies under a parser of documents
  * The library is used from one thread at a time. */
 #ifndef WBFSI_WBFSI_H
 #define WBFSI_WBFSI_H
@@ -40,5 +45,10 @@
 #include "wbfsi/table.h"
 #include "wbfsi/trace.h"
 #include "wbfsi/where.h"
+#include "wbfsi/xml_xfd.h"
+#include "wbfsi/xml_element.h"
+#include "wbfsi/xml_expat.h"
+#include "wbfsi/xml_parser.h"
+#include "wbfsi/xml_writer.h"
 
 #endif

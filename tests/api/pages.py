@@ -25,7 +25,8 @@ def names(top):
     exports = re.sub(r"/\*.*?\*/", " ", (top / "fsi/exports.map").read_text(encoding="utf-8"), flags=re.DOTALL)
     exported = set(re.findall(r"(\w+);", exports.partition("local:")[0]))
     text = "".join(page.read_text(encoding="utf-8") for page in sorted((top / "docs/api").glob("*.md")))
-    named = set(re.findall(r"`((?:Z4|fsi_|Zxml|expat_)\w+)`", text))
+    words = set(re.findall(r"`(\w+)`", text))
+    named = {word for word in words if word in exported or re.match("Z4|fsi_|Zxml|expat_", word)}
     for name in sorted(exported - named):
         print(f"{name} is in fsi/exports.map and on no page of docs/api")
     for name in sorted(named - exported):

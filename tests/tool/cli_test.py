@@ -100,7 +100,8 @@ class Tool(unittest.TestCase):
 
 class Usage(Tool):
     def test_every_command_has_help_and_version(self):
-        for command in ([], ["show"], ["locate"], ["ddl"], ["cat"], ["load"], ["unload"], ["compare"], ["errmap"], ["date"]):
+        for command in ([], ["show"], ["locate"], ["convert"], ["ddl"], ["cat"], ["load"],
+                        ["unload"], ["verify"], ["match"], ["compare"], ["errmap"], ["date"]):
             with self.subTest(command=command):
                 help_text = self.run_tool(*command, "--help")
                 self.assertEqual((help_text.returncode, help_text.stderr), (0, ""))
@@ -116,7 +117,7 @@ class Usage(Tool):
                 (["show"], "wbfsi show: NAME is required" + advice % " show"),
                 (["load", "plain", "data"], "wbfsi load: --db is required" + advice % " load"),
                 (["show", "plain", "--format", "x"],
-                 "wbfsi show: --format: x not in {table,json,text}" + advice % " show")):
+                 "wbfsi show: --format: x not in {table,json,text,xml}" + advice % " show")):
             with self.subTest(arguments=arguments):
                 self.expect(arguments, 2, "", text)
 
@@ -274,6 +275,51 @@ class Ddl(Tool):
         self.assertEqual(ours.execute(query).fetchall(), loaded.execute(query).fetchall())
         ours.close()
         loaded.close()
+
+
+class Convert(Tool):
+    def test_there_and_back(self):
+        self.expect(["convert", "plain", "xml.xfd"], 0, "", "")
+        with open(os.path.join(self.folder, "xml.xfd")) as file:
+            self.assertTrue(file.read().startswith("<?xml "))
+        self.expect(["convert", "xml", "text.xfd"], 0, "", "")
+        for command in (["show", "%s"], ["show", "%s", "--format", "json"],
+                        ["show", "%s", "--format", "text"], ["show", "%s", "--format", "xml"],
+                        ["ddl", "%s"], ["convert", "%s", "-", "--format", "text"]):
+            shown = [self.run_tool(*[part.replace("%s", name) for part in command])
+                     for name in ("plain", "xml", "text")]
+            with self.subTest(command=command):
+                self.assertEqual([(s.returncode, s.stderr) for s in shown], [(0, "")] * 3)
+                texts = {s.stdout.replace("xml.xfd", "plain.xfd").replace("text.xfd", "plain.xfd")
+                         for s in shown}
+                self.assertEqual(len(texts), 1)
+        self.assertIn("taken     ./xml.xfd\n", self.run_tool("locate", "xml").stdout)
+
+    def test_records_pass_through_either_form(self):
+        self.expect(["convert", "plain", "xml.xfd"], 0, "", "")
+        self.write("data", "0001abcdef0002ghijkl")
+        load = self.run_tool("load", "xml", "data", "--db", "sqlite:x.db", "--quiet")
+        self.assertEqual((load.returncode, load.stderr), (0, ""))
+        unload = self.run_tool("unload", "plain", "back", "--db", "sqlite:x.db", "--quiet")
+        self.assertEqual((unload.returncode, unload.stderr), (0, ""))
+        with open(os.path.join(self.folder, "back")) as file:
+            self.assertEqual(file.read(), "0001abcdef0002ghijkl")
+
+    def test_nothing_is_written_when_it_cannot_be(self):
+        self.write("odd.xfd", PLAIN.replace("4,6,16,", "4,6,99,"))
+        self.write("out", "as it was")
+        self.expect(["convert", "odd", "out"], 2, "",
+                    "wbfsi convert: field name: the XML form cannot hold it: types go up to 63, "
+                    "this one is 99\n")
+        with open(os.path.join(self.folder, "out")) as file:
+            self.assertEqual(file.read(), "as it was")
+        self.write("broken.xfd", "<a>\n <b>\n</a>\n")
+        for command in (["convert", "broken", "out"], ["show", "broken"], ["ddl", "broken"],
+                        ["locate", "broken"]):
+            result = self.run_tool(*command)
+            self.assertEqual(result.returncode, 2)
+            self.assertIn("XFD file './broken.xfd', line 3, column 3: neither the text form nor "
+                          "XML: mismatched tag", result.stderr)
 
 
 class Locate(Tool):

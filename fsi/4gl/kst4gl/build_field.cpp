@@ -292,6 +292,20 @@ LoadStatus build_field(Load &load, const FieldDeclaration &field, uint32_t *slot
     return status;
 }
 
+LoadStatus open_group(uint16_t times, uint16_t size_bytes, const char *subtable, uint32_t slot) {
+    if (reader.n_open == kMaxOpenGroups)
+        return refuse("more than %u OCCURS groups are open", kMaxOpenGroups);
+    OpenGroup &group = reader.groups[reader.n_open++];
+    group = {};
+    group.occurs.oc_times = times;
+    group.occurs.oc_size = size_bytes;
+    group.occurs.oc_start_field = slot;
+    copy_text(group.occurs.oc_subtable, subtable);
+    copy_text(group.field_subtable, group.occurs.oc_subtable);
+    stdz_name(group.field_subtable, -3, kUpperCase);
+    return LoadStatus::kDone;
+}
+
 LoadStatus copy_group(const Load &load, uint32_t *slot) {
     const uint32_t level = reader.n_open - 1;
     const XfdOccurs &group = reader.groups[level].occurs;

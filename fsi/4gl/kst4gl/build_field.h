@@ -41,6 +41,10 @@ inline constexpr uint32_t kMaxDeclaredName = 31;
 //   kMalformed  more occurrences than slots, or one behind the largest offset
 LoadStatus build_field(Load &load, const FieldDeclaration &field, uint32_t *slot);
 
+// Opens a group whose fields begin at `slot`; of the sub-table's name, empty for
+// none, 128 characters count.  kDone, or kMalformed when 15 are open.
+LoadStatus open_group(uint16_t times, uint16_t size_bytes, const char *subtable, uint32_t slot);
+
 // Closes the innermost group under flag bit 3: copies the records from its
 // first one up to *slot for every further occurrence.  The copies share comment,
 // null value and hash name with the first one.  kDone or kMalformed.

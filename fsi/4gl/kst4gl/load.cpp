@@ -13,9 +13,11 @@
 #include "fsi/4gl/kst4gl/compare.h"
 #include "fsi/4gl/kst4gl/conditions.h"
 #include "fsi/4gl/kst4gl/load_text.h"
+#include "fsi/4gl/kst4gl/load_xml.h"
 #include "fsi/4gl/kst4gl/locate.h"
 #include "fsi/4gl/kst4gl/model.h"
 #include "fsi/4gl/kst4gl/text_lines.h"
+#include "fsi/4gl/kst4gl/xml_values.h"
 #include "fsi/base/owner.h"
 #include "host/config.h"
 #include "host/errors.h"
@@ -49,6 +51,8 @@ FileError file_error(LoadStatus status) {
             return {19, 1};
         case LoadStatus::kNotOpened:
             return {19, 3};
+        case LoadStatus::kTold:
+            return {reader.told_code, reader.told_secondary};
         case LoadStatus::kMalformed:
         case LoadStatus::kBadField:
             break;
@@ -62,6 +66,7 @@ LoadStatus begin(uint32_t flags) {
     reader.message[0] = '\0';
     reader.path = nullptr;
     reader.line = 0;
+    reader.element = 0;
     reader.system_error = 0;
     *Zstdlib_f_errmsg() = nullptr;
     errno = 0;
@@ -106,9 +111,13 @@ LoadStatus read_file(Load &load, OwnedFile &file) {
     LoadStatus status = lines.first();
     if (status != LoadStatus::kDone)
         return status;
-    if (!lines.is_text_form())
-        return fail(LoadStatus::kMalformed, "XFD file '%s' is in XML form, which cannot be read",
-                    reader.path);
+    if (!lines.is_text_form()) {
+        // Blank lines in front of the document are no comments of its fields.
+        release_pending_comment();
+        file.reset();
+        load.is_xml = true;
+        return load_xml(load);
+    }
     status = lines.refuse_cut_line();
     return status == LoadStatus::kDone ? load_text(load, lines) : status;
 }
@@ -136,7 +145,9 @@ void remove_temp_file(Xfd *xfd) {
 void finish(Load &load, OwnedFile &file, LoadStatus status) {
     load.names.clear();
     release_pending_comment();
-    remove_temp_file(load.xfd);
+    // The XML form leaves the temporary file of a load that succeeds in place.
+    if (!load.is_xml || status != LoadStatus::kDone)
+        remove_temp_file(load.xfd);
     if (status != LoadStatus::kDone) {
         Z4XFDFree(load.xfd);
         load.xfd = nullptr;
@@ -180,8 +191,12 @@ LoadStatus refuse(const char *format, ...) {
     va_start(arguments, format);
     vsnprintf(reason, sizeof reason, format, arguments);
     va_end(arguments);
-    return fail(LoadStatus::kMalformed, "XFD file '%s', line %u: %s", reader.path, reader.line,
-                reason);
+    if (reader.element == 0)
+        return fail(LoadStatus::kMalformed, "XFD file '%s', line %u: %s", reader.path, reader.line,
+                    reason);
+    char place[256];
+    element_path(reader.element, place, sizeof place);
+    return fail(LoadStatus::kMalformed, "XFD file '%s', %s: %s", reader.path, place, reason);
 }
 
 void release_pending_comment() {
@@ -224,7 +239,7 @@ void set_numeric_digits(XfdCvtInfo &settings, int32_t most_digits) {
 
 Xfd *Z4ParseXFD(const char *name, uint32_t flags, int context) {
     using namespace fsi;
-    Load load = {nullptr, flags, context, false, {}};
+    Load load = {nullptr, flags, context, false, false, {}};
     OwnedFile file;
     LoadStatus status = begin(flags);
     if (status == LoadStatus::kDone)

@@ -2,13 +2,14 @@
 //
 // What the readers of both dictionary forms share: the state that lives as long
 // as the module, the outcome of a step, and what one load carries along.  The
-// forms themselves are load_text and, for XML, a reader of its own.
+// forms themselves are load_text and load_xml.
 #ifndef FSI_4GL_KST4GL_LOAD_H
 #define FSI_4GL_KST4GL_LOAD_H
 
 #include <cstdint>
 
 #include "fsi/4gl/kst4gl/mentioned_names.h"
+#include "host/handles.h"
 #include "host/linkage.h"
 #include "host/strings.h"
 #include "wbfsi/load.h"
@@ -24,6 +25,7 @@ enum class LoadStatus : uint8_t {
     kMalformed,  // f_errno 19, secondary 2
     kNotOpened,  // f_errno 19, secondary 3
     kBadField,   // a field that cannot be built: each form decides what follows
+    kTold,       // as told_code and told_secondary of the reader say
 };
 
 inline constexpr uint32_t kMaxOpenGroups = 15;
@@ -42,8 +44,11 @@ struct Reader {
     int16_t column_case;
     int16_t table_case;
     const char *path;  // of the dictionary; null until it is open
-    uint32_t line;     // the line being read, 0 when the form has no lines
+    uint32_t line;     // the line being read, of the text form
+    ZHandle element;   // the element being read, of the XML form; else 0
     int system_error;  // errno of the call that failed
+    int16_t told_code;
+    int16_t told_secondary;
     char message[1024];
 };
 extern Reader reader;
@@ -53,6 +58,7 @@ struct Load {
     Xfd *xfd;
     uint32_t flags;  // of Z4ParseXFD
     int context;     // of Z4ParseXFD: longest composed name
+    bool is_xml;
     bool lists_all;  // the listed view: items with condition 999 are kept
     MentionedNames names;
 
@@ -67,7 +73,8 @@ struct Load {
 // status on.  Of several failures in one load the last one counts.
 LoadStatus fail(LoadStatus status, const char *format, ...) HOST_PRINTF(2, 3);
 LoadStatus out_of_memory();
-// The dictionary is malformed: "XFD file '<path>', line <n>: " and the text.
+// The dictionary is malformed: "XFD file '<path>', line <n>: ", in the XML form
+// "XFD file '<path>', <way to the element>: ", and the text.
 LoadStatus refuse(const char *format, ...) HOST_PRINTF(1, 2);
 
 // Releases the comment that waits for its field, when a load left one.

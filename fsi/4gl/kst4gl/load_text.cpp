@@ -259,21 +259,13 @@ bool closes_group(const TextLines &line) {
     return line.integer(0) == kClosesGroup && is_mark(line, 1, "END", "OCCURS");
 }
 
-LoadStatus open_group(const Load &load, TextLines &line, uint32_t slot) {
-    if (reader.n_open == kMaxOpenGroups)
-        return refuse("more than %u OCCURS groups are open", kMaxOpenGroups);
-    OpenGroup &group = reader.groups[reader.n_open];
-    group = {};
-    group.occurs.oc_times = line.number<uint16_t>(1, "times of OCCURS");
-    group.occurs.oc_size = line.number<uint16_t>(2, "size of OCCURS");
-    group.occurs.oc_start_field = slot;
-    if (load.xfd->x_version >= kVersionWithConversion) {
-        copy_text(group.occurs.oc_subtable, line.text(4));
-        copy_text(group.field_subtable, group.occurs.oc_subtable);
-        stdz_name(group.field_subtable, -3, kUpperCase);
-    }
-    ++reader.n_open;
-    return line.status();
+LoadStatus load_group(const Load &load, TextLines &line, uint32_t slot) {
+    const auto times = line.number<uint16_t>(1, "times of OCCURS");
+    const auto size_bytes = line.number<uint16_t>(2, "size of OCCURS");
+    const bool has_subtable = load.xfd->x_version >= kVersionWithConversion;
+    return line.status() == LoadStatus::kDone
+               ? open_group(times, size_bytes, has_subtable ? line.text(4) : "", slot)
+               : line.status();
 }
 
 LoadStatus close_group(const Load &load, uint32_t *slot) {
@@ -334,7 +326,7 @@ LoadStatus load_fields(Load &load, TextLines &line) {
         if (status != LoadStatus::kDone)
             break;
         if (opens_group(line)) {
-            status = open_group(load, line, slot);
+            status = load_group(load, line, slot);
             next_is_hidden |= has_hidden_mark();
         } else if (closes_group(line)) {
             status = close_group(load, &slot);

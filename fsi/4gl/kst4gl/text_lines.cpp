@@ -79,7 +79,9 @@ LoadStatus TextLines::first() {
         if (status != LoadStatus::kDone)
             return status;
         const char *text = skip_blanks(buffer_);
-        if (!is_comment(text)) {
+        // A zero byte in front of everything is half a character of XML in UTF-16.
+        const bool is_wide = reader.line == 1 && has_zero_byte_ && buffer_[0] == '\0';
+        if (is_wide || !is_comment(text)) {
             values_.reset(Zcds_new(text));
             return values_ ? LoadStatus::kDone : out_of_memory();
         }

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cstring>
+
+#include "fsi/base/owner.h"
+#include "fsi/xml/elements/element_hash.h"
+#include "fsi/xml/handlers/handlers.h"
+#include "host/messages.h"
+#include "host/names.h"
+
+namespace fsi::xml {
+namespace {
+
+constexpr const char *kSource = "fsi/xml/handlers/element_handlers";
+
+// A tree that is larger than this and kMaxGrowth times the bytes it was read from
+// is a bomb: attribute defaults, for one, cost no bytes of the source.
+constexpr uint64_t kMaxFreeTree = uint64_t{64} << 20;
+constexpr uint64_t kMaxGrowth = 300;
+
+bool is_bomb(const State &state) {
+    return state.tree_bytes > kMaxFreeTree && state.tree_bytes / kMaxGrowth > state.source_bytes;
+}
+
+bool push_open(State *state, Element *element) {
+    if (state->element_depth == state->open_capacity) {
+        const uint32_t capacity = std::max(state->open_capacity * 2, 64U);
+        if (capacity < state->open_capacity || capacity > UINT32_MAX / sizeof(ZHandle) / 2)
+            return false;
+        auto *moved = static_cast<ZHandle *>(Zrealloc(
+            state->open_elements, capacity * sizeof(ZHandle), "XML open elements", kSource));
+        if (moved == nullptr)
+            return false;
+        state->open_elements = moved;
+        state->open_capacity = capacity;
+    }
+    const ZHandle handle = element == nullptr ? 0 : element->handle;
+    state->open_elements[state->element_depth++] = handle;
+    state->current_element = handle;
+    state->current = element;
+    return true;
+}
+
+// The name in the case that the parser was asked for.
+struct FoldedName {
+    char small[64];
+    Block<char> large;
+    const char *text = nullptr;
+
+    bool set(const char *name, uint32_t name_case) {
+        text = name;
+        if (name_case != ZXML_NAMES_LOWER && name_case != ZXML_NAMES_UPPER)
+            return true;
+        const size_t size = std::strlen(name) + 1;
+        char *copy = small;
+        if (size > sizeof small) {
+            large.reset(static_cast<char *>(Zmalloc(size, "XML element name", kSource)));
+            copy = large.get();
+            if (copy == nullptr)
+                return false;
+        }
+        std::memcpy(copy, name, size);
+        stdz_name(copy, -3, name_case == ZXML_NAMES_LOWER ? 4 : 6);
+        text = copy;
+        return true;
+    }
+};
+
+bool add_attributes(State *state, Element *element, const XML_Char **attributes) {
+    uint32_t left = 0;
+    for (const XML_Char **at = attributes; *at != nullptr; at += 2)
+        left++;
+    for (const XML_Char **at = attributes; *at != nullptr; at += 2) {
+        const std::string_view value = at[1];
+        if (!add_attribute(element, at[0], value, --left))
+            return false;
+        state->tree_bytes += sizeof(Attribute) + sizeof(TextBlock) + value.size() + 1;
+        if (is_bomb(*state))
+            return false;
+    }
+    return true;
+}
+
+bool take_pending_comments(State *state, Element *element) {
+    if (!state->has_pending_comments)
+        return true;
+    const std::string_view pending = {ZStringGet(state->pending_comments),
+                                      ZStringGetLength(state->pending_comments)};
+    if (element != nullptr && !append_comment(element, pending))
+        return false;
+    ZStringClear(state->pending_comments);
+    state->has_pending_comments = false;
+    return true;
+}
+
+bool enter_in_hash(State *state, Element *element) {
+    if (state->element_hash == nullptr)
+        return true;
+    bool is_known = false;
+    if (!hash_element(state->element_hash, element, &is_known))
+        return false;
+    if (f_trace != 0) {
+        ZTrace(0, kTraceCategory,
+               is_known ? "Adding element %s to an existing hash" : "Adding element %s to the hash",
+               element->name->text());
+    }
+    return true;
+}
+
+// What expat tells of this start tag becomes an element; none where one that is open
+// above it was deleted.
+bool build_element(State *state, const XML_Char *name, const XML_Char **attributes,
+                   Element **built) {
+    Element *parent = state->current;
+    if (parent == nullptr && (state->element_depth > 0 || state->top_element != 0))
+        return true;
+    FoldedName folded;
+    if (!folded.set(name, state->flags & 3))
+        return false;
+    Element *element =
+        create_element(parent, parent == nullptr ? 0 : parent->handle, folded.text, nullptr);
+    if (element == nullptr)
+        return false;
+    *built = element;
+    if (state->top_element == 0)
+        state->top_element = element->handle;
+    const size_t indices = static_cast<size_t>(element->array_depth + 1) * sizeof(int32_t);
+    state->tree_bytes += sizeof(Element) + 2 * sizeof(void *) + indices;
+    return !is_bomb(*state) && add_attributes(state, element, attributes) &&
+           take_pending_comments(state, element) && enter_in_hash(state, element);
+}
+
+}  // namespace
+
+void XMLCALL on_start_element(void *parser, const XML_Char *name, const XML_Char **attributes) {
+    State *state = state_of(parser);
+    if (state->is_stopped)
+        return;
+    end_run(state);
+    Element *built = nullptr;
+    const bool is_built = build_element(state, name, attributes, &built);
+    if (!push_open(state, built) || !is_built)
+        stop_without_memory(state);
+}
+
+void XMLCALL on_end_element(void *parser, const XML_Char *) {
+    State *state = state_of(parser);
+    if (state->is_stopped || state->element_depth == 0)
+        return;
+    end_run(state);
+    Element *element = state->current;
+    if (!take_pending_comments(state, element)) {
+        stop_without_memory(state);
+        return;
+    }
+    const bool keeps_blanks = (state->state_bits & (ZXML_KEEP_BLANKS | ZXML_HAD_CDATA)) != 0;
+    if (element != nullptr && element->value != nullptr && !keeps_blanks) {
+        const std::string_view value = element->value->view();
+        size_t end = value.size();
+        while (end > 0 && is_blank(value[end - 1]))
+            end--;
+        cut_text(element->value, static_cast<uint32_t>(end));
+    }
+    state->element_depth--;
+    state->current_element =
+        state->element_depth == 0 ? 0 : state->open_elements[state->element_depth - 1];
+    state->current = element != nullptr ? element->parent : find_current(*state);
+    state->state_bits &= ~uint32_t{ZXML_HAD_CDATA};
+    if (state->stops_at_record && state->element_depth <= 1)
+        XML_StopParser(state->parser, XML_TRUE);
+}
+
+}  // namespace fsi::xml
