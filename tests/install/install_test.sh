@@ -61,11 +61,11 @@ case $version in
 esac
 
 # And its error map.
-printf 'no database' > "$prefix.moved/work/text.db"
+printf 'no database' > "$prefix.moved/there/text.db"
 printf 'XFD,06,T,T,12\n2,2,1\n0,18,46,44,0\n1,0,2,0\n1\nA\n0\n1,1,1,1\n0,2,16,0,0,0,0,5,A\n' \
-    > "$prefix.moved/work/t.xfd"
+    > "$prefix.moved/there/t.xfd"
 text=$(LD_LIBRARY_PATH=${OVERLAY:+$OVERLAY/usr/lib/i386-linux-gnu} "$prefix.moved/bin/wbfsi" unload t \
-    "$prefix.moved/work/t" --xfd-directory "$prefix.moved/work" --db "sqlite:$prefix.moved/work/text.db" 2>&1) || true
+    "$prefix.moved/there/t" --xfd-directory "$prefix.moved/there" --db "sqlite:$prefix.moved/there/text.db" 2>&1) || true
 case $text in
 *"(SQLite 26, E_BROKEN)"*) ;;
 *) fail "without its error map: '$text'" ;;
