@@ -20,7 +20,7 @@ fail() {
 rm -rf "$prefix"
 "$CMAKE" --install "$build" --prefix "$prefix" >/dev/null
 
-work=$prefix/work
+work=$prefix/there
 mkdir -p "$work/src"
 for file in lib/libwbfsi2.so.3 lib/libwbhost.so.1 bin/wbfsi include/wbfsi/wbfsi.h \
     include/host/host.h lib/pkgconfig/wbfsi.pc lib/cmake/wbfsi/wbfsi-config.cmake \

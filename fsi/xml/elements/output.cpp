@@ -73,6 +73,37 @@ Character decode(std::string_view text) {
     return {first, 1};
 }
 
+// Whether eight bytes of text hold one below 0x20 or a markup character; with
+// `minds_high` also one above 0x7E.  Each test is exact for the eight as a whole:
+// subtracting borrows across bytes only behind one that is found.
+bool has_care(const char *text, bool minds_high) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    constexpr uint64_t kTops = kOnes << 7;
+    uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    uint64_t found = word - kOnes * 0x20;
+    for (const char c : {'<', '>', '&', '\'', '"'}) {
+        const uint64_t differs = word ^ kOnes * static_cast<unsigned char>(c);
+        found |= (differs - kOnes) & ~differs;
+    }
+    found &= ~word;
+    if (minds_high)
+        found |= word | (word + kOnes);
+    return (found & kTops) != 0;
+}
+
+// The next byte that is not just passed, or the end.
+size_t find_care(std::string_view text, size_t from, bool minds_high) {
+    while (from + 8 <= text.size() && !has_care(text.data() + from, minds_high))
+        from += 8;
+    for (; from < text.size(); from++) {
+        const Care care = kCare[static_cast<unsigned char>(text[from])];
+        if (care != Care::kNone && (care != Care::kLead || minds_high))
+            break;
+    }
+    return from;
+}
+
 // Bytes at the end of the text that may be the beginning of a character.
 size_t open_character(std::string_view text) {
     for (size_t n = 1; n <= 3 && n <= text.size(); n++) {
@@ -105,6 +136,7 @@ int32_t convert_to_bytes(std::string_view text, const int *codes, char *to, int3
 Output::Output(void *target, int32_t encoding_type, const int *byte_codes)
     : encoding_type_(encoding_type),
       byte_codes_(byte_codes),
+      minds_high_(byte_codes != nullptr || encoding_type == 0 || encoding_type == kLatin1),
       limit_(byte_codes != nullptr      ? 0x80
              : encoding_type == kLatin1 ? 0x100
                                         : UINT32_MAX) {
@@ -114,7 +146,7 @@ Output::Output(void *target, int32_t encoding_type, const int *byte_codes)
         file_ = static_cast<ZFile *>(target);
 }
 
-void Output::put(std::string_view text) {
+void Output::put_long(std::string_view text) {
     while (text.size() > sizeof buffer_ - used_) {
         const size_t room = sizeof buffer_ - used_;
         std::memcpy(buffer_ + used_, text.data(), room);
@@ -127,7 +159,7 @@ void Output::put(std::string_view text) {
     used_ += text.size();
 }
 
-void Output::put_blanks(size_t n) {
+void Output::put_many_blanks(size_t n) {
     while (n > 0) {
         if (used_ == sizeof buffer_)
             flush_full();
@@ -151,15 +183,13 @@ void Output::put_reference(uint32_t code_point) {
 void Output::put_escaped(std::string_view text, uint32_t flags, int32_t code_page) {
     if ((flags & ZXML_TRIM) != 0)
         text = trimmed(text);
+    // Other code pages may have markup characters within theirs.
+    const bool minds_high = minds_high_ || code_page != kUtf8;
     size_t start = 0;
     size_t i = 0;
-    while (i < text.size()) {
+    while ((i = find_care(text, i, minds_high)) < text.size()) {
         const auto byte = static_cast<unsigned char>(text[i]);
-        Care care = kCare[byte];
-        if (care == Care::kNone) {
-            i++;
-            continue;
-        }
+        const Care care = kCare[byte];
         if (care == Care::kEnd)
             break;
         Character character{byte, 1};

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "host/files.h"
@@ -27,13 +28,29 @@ class Output {
     Output &operator=(const Output &) = delete;
 
     // UTF-8, as it is.
-    void put(std::string_view text);
+    void put(std::string_view text) {
+        if (text.size() > sizeof buffer_ - used_) {
+            put_long(text);
+            return;
+        }
+        copy(buffer_ + used_, text.data(), text.size());
+        used_ += text.size();
+    }
     void put(char c) {
         if (used_ == sizeof buffer_)
             flush_full();
         buffer_[used_++] = c;
     }
-    void put_blanks(size_t n);
+    void put_blanks(size_t n) {
+        constexpr size_t kFew = 32;
+        if (n > kFew || sizeof buffer_ - used_ < kFew) {
+            put_many_blanks(n);
+            return;
+        }
+        // All of them, however many count, take fewer instructions.
+        std::memset(buffer_ + used_, ' ', kFew);
+        used_ += n;
+    }
 
     // With markup characters as references, and those that the encoding cannot
     // carry; a zero byte ends the text.  With ZXML_TRIM without the blanks around it.
@@ -53,6 +70,23 @@ class Output {
     [[nodiscard]] bool has_failed() const { return has_failed_; }
 
  private:
+    // Most texts are short, and a call costs more than they do.
+    static void copy(char *to, const char *from, size_t n) {
+        if (n > 16) {
+            std::memcpy(to, from, n);
+        } else if (n >= 8) {
+            std::memcpy(to, from, 8);
+            std::memcpy(to + n - 8, from + n - 8, 8);
+        } else if (n >= 4) {
+            std::memcpy(to, from, 4);
+            std::memcpy(to + n - 4, from + n - 4, 4);
+        } else {
+            for (size_t i = 0; i < n; i++)
+                to[i] = from[i];
+        }
+    }
+    void put_long(std::string_view text);
+    void put_many_blanks(size_t n);
     void put_reference(uint32_t code_point);
     void flush_full();
     void flush(size_t size);
@@ -65,7 +99,8 @@ class Output {
     ZFile *file_ = nullptr;
     int32_t encoding_type_;
     const int *byte_codes_;
-    uint32_t limit_;  // code points from here on become references in escaped text
+    bool minds_high_;  // escaped text may hold bytes from 0x80 on that are not passed
+    uint32_t limit_;   // code points from here on become references in escaped text
     int64_t written_ = 0;
     bool has_failed_ = false;
     size_t used_ = 0;

@@ -476,7 +476,7 @@ TEST_F(WriteElement, BadHandlesWriteNothing) {
 }
 
 TEST_F(WriteElement, DeepTreesNeedNoStack) {
-    constexpr int kDepth = 10'000;
+    constexpr int kDepth = 100'000;
     const Tree top("a");
     ZHandle at = top;
     for (int i = 1; i < kDepth; i++)

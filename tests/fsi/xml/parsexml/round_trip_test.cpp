@@ -466,6 +466,35 @@ TEST_F(RoundTrip, DocumentsByHand) {
     EXPECT_GE(well_formed, 23);
 }
 
+// In code units of 16 bits, with and without mark and declaration.
+TEST_F(RoundTrip, WideDocuments) {
+    constexpr const char16_t *kDeclarations[] = {u"",
+                                                 u"<?xml version='1.0'?>",
+                                                 u"<?xml version='1.0' encoding='UTF-16'?>",
+                                                 u"<?xml version='1.0' encoding='UTF-16LE'?>",
+                                                 u"<?xml version='1.0' encoding='UTF-16BE'?>",
+                                                 u"<?xml version='1.0' encoding='UTF-8'?>"};
+    int well_formed = 0;
+    for (const char16_t *declaration : kDeclarations) {
+        for (const std::u16string mark : {u"", u"\uFEFF"}) {
+            for (const bool is_big : {false, true}) {
+                const std::u16string text =
+                    mark + declaration + u"<!--é--><a b='é>'>x '\u20AC' y<!--Ā--><é/></a>";
+                std::string bytes;
+                for (const char16_t unit : text) {
+                    const char pair[] = {static_cast<char>(unit & 0xFF),
+                                         static_cast<char>(unit >> 8)};
+                    bytes += pair[is_big ? 1 : 0];
+                    bytes += pair[is_big ? 0 : 1];
+                }
+                SCOPED_TRACE(bytes);
+                well_formed += try_document(file_of(bytes)) ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GE(well_formed, 14);
+}
+
 // Documents of all there is, in every encoding.
 std::string generated(std::mt19937 *random) {
     const auto some = [&](unsigned n) { return static_cast<size_t>((*random)() % n); };
