@@ -146,13 +146,12 @@ struct LayoutOptions {
 // (COBOL_CODE_PAGE), the settings of the dictionary, 4GL_ILLEGAL_DATA (a value
 // outside 0 to 3 is 0) and 4GL_USE_VIEWS count as they are now.
 // kBadDictionary, with the reason and the field's name, *out untouched: no
-// table or select name, or that of the settings; a dictionary cut short (a slot without a name among
-// the first x_n_total_fields); two columns of one name in a table, or in a child
-// table two of the same subscripts (compared without case); a sub-table of the
-// name of another table or index, or over items of different OCCURS depth; a
-// condition that is not there; columns that take all names of SQLite's row number;
-// a field or key segment outside the record; no field; more columns than a
-// database takes (2000).
+// table or select name, or that of the settings; a dictionary cut short (a slot without a name
+// among the first x_n_total_fields); two columns of one name in a table, or in a child table two of
+// the same subscripts (compared without case); a sub-table of the name of another table or index,
+// or over items of different OCCURS depth; a condition that is not there; columns that take all
+// names of SQLite's row number; a field or key segment outside the record; no field; more columns
+// than a database takes (2000).
 Status make_layout(const Xfd &xfd, const LayoutOptions &options, TableLayout *out);
 
 // The table alone, with its primary key; no semicolon behind it.

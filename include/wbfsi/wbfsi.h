@@ -45,10 +45,10 @@
 #include "wbfsi/table.h"
 #include "wbfsi/trace.h"
 #include "wbfsi/where.h"
-#include "wbfsi/xml_xfd.h"
 #include "wbfsi/xml_element.h"
 #include "wbfsi/xml_expat.h"
 #include "wbfsi/xml_parser.h"
 #include "wbfsi/xml_writer.h"
+#include "wbfsi/xml_xfd.h"
 
 #endif

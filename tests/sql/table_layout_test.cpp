@@ -151,7 +151,9 @@ TEST(TableLayout, DictionariesThatCannotBecomeATableAreRefusedWithTheReason) {
              in_table(b.field({"b", 4, 1, 16}).last_field(), "WBFSI_SETTINGS", {1});
          }},
         {"its table has the name under which settings are kept, wbfsi_settings; give it another",
-         [](XfdBuilder &b) { std::strcpy(b.xfd().x_table_name, "Wbfsi_Settings"); }},
+         [](XfdBuilder &b) {
+             std::snprintf(b.xfd().x_table_name, sizeof b.xfd().x_table_name, "Wbfsi_Settings");
+         }},
         {"it names neither a table nor a file",
          [](XfdBuilder &b) { b.xfd().x_table_name[0] = b.xfd().x_select_name[0] = '\0'; }},
         {"its record size is 0 bytes", [](XfdBuilder &b) { b.xfd().x_max_rec_size = 0; }},

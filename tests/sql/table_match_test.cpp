@@ -427,10 +427,11 @@ TEST_F(TableMatch, AMessageNamesTheFirstProblemsAndCountsTheRest) {
     }
     const sql::TableLayout layout = layout_of(builder);
     run("CREATE TABLE t (record_number INTEGER PRIMARY KEY)");
-    EXPECT_EQ(sql::mismatch_of(layout, match(layout)).text(),
-              "the table \"t\" cannot be read with this dictionary: it has no column \"f0\"; it has no "
-              "column \"f1\"; it has no column \"f2\"; it has no column \"f3\"; it has no column "
-              "\"f4\"; and 95 more");
+    EXPECT_EQ(
+        sql::mismatch_of(layout, match(layout)).text(),
+        "the table \"t\" cannot be read with this dictionary: it has no column \"f0\"; it has no "
+        "column \"f1\"; it has no column \"f2\"; it has no column \"f3\"; it has no column "
+        "\"f4\"; and 95 more");
 }
 
 TEST_F(TableMatch, ViewsAndTablesWithoutRowNumbersAreProblems) {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -42,7 +42,7 @@ XfdBuilder days() {
     XfdBuilder builder("days", 6, XFD_SEQUENTIAL);
     builder.field({"day", 0, 6, 1, 6});
     builder.last_field().fd_user_type = 1;
-    std::strcpy(builder.last_field().fd_format, "YYMMDD");
+    std::snprintf(builder.last_field().fd_format, sizeof builder.last_field().fd_format, "YYMMDD");
     return builder;
 }
 
