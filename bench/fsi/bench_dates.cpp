@@ -4,14 +4,13 @@
 // same run, strptime and sscanf on the same text.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/medians.h"
 #include "wbfsi/dates.h"
 #include "wbfsi/lifecycle.h"
 
@@ -103,44 +102,14 @@ void run_sscanf(benchmark::State &state) {
     }
 }
 
-class Collector : public benchmark::ConsoleReporter {
- public:
-    Collector() : ConsoleReporter(OO_None) {}
-
-    void ReportRuns(const std::vector<Run> &runs) override {
-        for (const Run &run : runs) {
-            if (run.error_occurred) {
-                std::fprintf(stderr, "%s\n", run.error_message.c_str());
-                failed_ = true;
-            } else if (run.run_type == Run::RT_Iteration) {
-                times_[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
-            }
-        }
-    }
-
-    double median(const char *name) const {
-        std::vector<double> times = times_.at(name);
-        std::nth_element(times.begin(), times.begin() + static_cast<long>(times.size() / 2),
-                         times.end());
-        return times[times.size() / 2];
-    }
-
-    bool print() const {
-        if (failed_)
-            return false;
-        const double parse = median("strptime");
-        const double scan = median("sscanf");
-        std::printf("%-14s %8s %12s %10s\n", "", "ns", "of strptime", "of sscanf");
-        for (const char *name : {"from display", "to display", "from packed", "strptime", "sscanf"})
-            std::printf("%-14s %8.1f %12.2f %10.2f\n", name, median(name), median(name) / parse,
-                        median(name) / scan);
-        return true;
-    }
-
- private:
-    std::map<std::string, std::vector<double>> times_;
-    bool failed_ = false;
-};
+void print(const bench::Medians &medians) {
+    const double parse = medians.of("strptime");
+    const double scan = medians.of("sscanf");
+    std::printf("%-14s %8s %12s %10s\n", "", "ns", "of strptime", "of sscanf");
+    for (const char *name : {"from display", "to display", "from packed", "strptime", "sscanf"})
+        std::printf("%-14s %8.1f %12.2f %10.2f\n", name, medians.of(name), medians.of(name) / parse,
+                    medians.of(name) / scan);
+}
 
 }  // namespace
 
@@ -151,19 +120,11 @@ int main(int argc, char **argv) {
     benchmark::RegisterBenchmark("from packed", from_packed);
     benchmark::RegisterBenchmark("strptime", run_strptime);
     benchmark::RegisterBenchmark("sscanf", run_sscanf);
-    static char repetitions[] = "--benchmark_repetitions=15";
-    static char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    static char duration[] = "--benchmark_min_time=0.02";
-    // Before those of the command line, which has the last word.
-    std::vector<char *> arguments = {argv[0], repetitions, interleaving, duration};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+    bench::Medians medians;
+    if (!bench::run_interleaved(argc, argv, 15, 0.02, &medians))
         return 2;
-    Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
-    const bool printed = collector.print();
+    if (!medians.has_failed())
+        print(medians);
     Z4Exit();
-    return printed ? 0 : 1;
+    return medians.has_failed() ? 1 : 0;
 }

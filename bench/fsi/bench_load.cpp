@@ -7,16 +7,15 @@
 // (what a loader would do without a table of names).
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/medians.h"
 #include "host/config.h"
 #include "host/names.h"
 #include "wbfsi/build.h"
@@ -135,51 +134,20 @@ void plain_search(benchmark::State &state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-class Collector : public benchmark::ConsoleReporter {
- public:
-    Collector() : ConsoleReporter(OO_None) {}
-
-    void ReportRuns(const std::vector<Run> &runs) override {
-        for (const Run &run : runs) {
-            if (run.error_occurred) {
-                std::fprintf(stderr, "%s\n", run.error_message.c_str());
-                failed_ = true;
-            } else if (run.run_type == Run::RT_Iteration) {
-                times_[run.run_name.function_name + '/' + run.run_name.args].push_back(
-                    1e6 / run.counters.at("items_per_second"));
-            }
-        }
-    }
-
-    // Microseconds for one field of a dictionary.
-    double median(const char *name, int size) const {
-        std::vector<double> times = times_.at(std::string(name) + '/' + std::to_string(size));
-        std::nth_element(times.begin(), times.begin() + static_cast<long>(times.size() / 2),
-                         times.end());
-        return times[times.size() / 2];
-    }
-
-    bool print() const {
-        if (failed_)
-            return false;
-        std::printf("%-8s %12s %12s %8s %14s\n", "fields", "load us", "split us", "ratio",
-                    "search us");
-        for (const int size : kSizes)
-            std::printf("%-8d %12.3f %12.3f %8.2f %14.3f\n", size, median("load", size),
-                        median("split", size), median("load", size) / median("split", size),
-                        median("search", size));
-        std::printf("(median microseconds a field)\n");
-        for (const char *name : {"load", "split", "search"})
-            std::printf("%-7s four times the fields take %.2f and %.2f times as long\n", name,
-                        4 * median(name, 1000) / median(name, 250),
-                        4 * median(name, 4000) / median(name, 1000));
-        return true;
-    }
-
- private:
-    std::map<std::string, std::vector<double>> times_;
-    bool failed_ = false;
-};
+// The table; microseconds a field.
+void print(const bench::Medians &medians) {
+    const auto micro = [&](const char *name, int size) { return medians.of(name, size) / 1000; };
+    std::printf("%-8s %12s %12s %8s %14s\n", "fields", "load us", "split us", "ratio", "search us");
+    for (const int size : kSizes)
+        std::printf("%-8d %12.3f %12.3f %8.2f %14.3f\n", size, micro("load", size),
+                    micro("split", size), micro("load", size) / micro("split", size),
+                    micro("search", size));
+    std::printf("(median microseconds a field)\n");
+    for (const char *name : {"load", "split", "search"})
+        std::printf("%-7s four times the fields take %.2f and %.2f times as long\n", name,
+                    4 * micro(name, 1000) / micro(name, 250),
+                    4 * micro(name, 4000) / micro(name, 1000));
+}
 
 }  // namespace
 
@@ -191,17 +159,10 @@ int main(int argc, char **argv) {
         benchmark::RegisterBenchmark("split", split_lines)->Arg(size);
         benchmark::RegisterBenchmark("search", plain_search)->Arg(size);
     }
-    static char repetitions[] = "--benchmark_repetitions=9";
-    static char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    static char duration[] = "--benchmark_min_time=0.05";
-    // Before those of the command line, which has the last word.
-    std::vector<char *> arguments = {argv[0], repetitions, interleaving, duration};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
+    bench::Medians medians;
+    if (!bench::run_interleaved(argc, argv, 9, 0.05, &medians))
         return 2;
-    Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
-    return collector.print() ? 0 : 1;
+    if (!medians.has_failed())
+        print(medians);
+    return medians.has_failed() ? 1 : 0;
 }

@@ -10,12 +10,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <random>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "bench/medians.h"
 #include "host/handles.h"
 #include "host/memory.h"
 #include "host/strings.h"
@@ -289,45 +289,21 @@ void walk_peer(benchmark::State &state) {
 }
 
 // Keeps each repetition's time an item beside printing the usual lines.
-class Collector : public benchmark::ConsoleReporter {
- public:
-    Collector() : ConsoleReporter(OO_None) {}
-
-    void ReportRuns(const std::vector<Run> &runs) override {
-        for (const Run &run : runs) {
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-                const auto rate = run.counters.find("items_per_second");
-                const double nanoseconds = rate == run.counters.end() ? run.GetAdjustedCPUTime()
-                                                                      : 1e9 / rate->second.value;
-                times_[run.run_name.function_name + "/" + run.run_name.args].push_back(nanoseconds);
-            }
+void print_ratios(const bench::Medians &medians) {
+    std::printf("%-32s %10s %10s %8s\n", "median ns an item", "host", "peer", "ratio");
+    for (const std::string &name : medians.names()) {
+        const size_t at = name.find("/host/");
+        if (at == std::string::npos) {
+            continue;
         }
+        const std::string pair = name.substr(0, at);
+        const std::string argument = name.substr(at + 6);
+        const double ours = medians.of(name);
+        const double theirs = medians.of(pair + "/peer/" + argument);
+        std::printf("%-32s %10.2f %10.2f %8.2f\n", (pair + "/" + argument).c_str(), ours, theirs,
+                    ours / theirs);
     }
-
-    void print_ratios() const {
-        std::printf("%-32s %10s %10s %8s\n", "median ns an item", "host", "peer", "ratio");
-        for (const auto &[name, times] : times_) {
-            const size_t at = name.find("/host/");
-            if (at == std::string::npos) {
-                continue;
-            }
-            const auto peer = times_.find(name.substr(0, at) + "/peer/" + name.substr(at + 6));
-            const double ours = median(times);
-            const double theirs = median(peer->second);
-            std::printf("%-32s %10.2f %10.2f %8.2f\n",
-                        (name.substr(0, at) + "/" + name.substr(at + 6)).c_str(), ours, theirs,
-                        ours / theirs);
-        }
-    }
-
- private:
-    static double median(std::vector<double> values) {
-        std::sort(values.begin(), values.end());
-        return values[values.size() / 2];
-    }
-
-    std::map<std::string, std::vector<double>> times_;
-};
+}
 
 using Function = void (*)(benchmark::State &);
 
@@ -354,21 +330,10 @@ int main(int argc, char **argv) {
     register_pair("handle_lookup", look_up_host, look_up_peer, {100, 10000, 1000000});
     register_pair("handle_walk", walk_host, walk_peer, {100, 10000, 1000000});
 
-    static char repetitions[] = "--benchmark_repetitions=9";
-    static char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    static char duration[] = "--benchmark_min_time=0.02";
-    // Before those of the command line, which has the last word.
-    std::vector<char *> arguments = {argv[0], repetitions, interleaving, duration};
-    for (int i = 1; i < argc; ++i) {
-        arguments.push_back(argv[i]);
-    }
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
+    bench::Medians medians;
+    if (!bench::run_interleaved(argc, argv, 9, 0.02, &medians)) {
         return 2;
     }
-    Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
-    collector.print_ratios();
-    return 0;
+    print_ratios(medians);
+    return medians.has_failed() ? 1 : 0;
 }
