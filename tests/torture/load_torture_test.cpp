@@ -12,51 +12,14 @@
 
 #include "host/memory.h"
 #include "tests/support/dictionary_file.h"
-#include "tests/support/print_xfd.h"
+#include "tests/torture/refused_loads.h"
 
 namespace {
 
 using support::file_error;
 using support::OwnedXfd;
 
-class LoadTorture : public support::DictionaryTest {
- protected:
-    // Returns how many allocations the load makes.
-    int refuse_each(uint32_t flags, const char *what) {
-        OwnedXfd whole(Z4ParseXFD("file", flags, 30));
-        EXPECT_NE(whole, nullptr) << file_error();
-        const std::string expected = support::print_xfd(whole.get());
-        whole.reset();
-
-        for (int n = 1;; ++n) {
-            SCOPED_TRACE(what + std::string(", refused number ") + std::to_string(n));
-            support::clear_file_error();
-            const size_t before = ZMemoryBlocks(nullptr);
-            ZMemoryRefuse(n, 1);
-            Xfd *xfd = Z4ParseXFD("file", flags, 30);
-            const int error = errno;
-            const bool was_refused = ZMemoryRefused() != 0;
-            ZMemoryRefuse(0, 0);
-            if (xfd != nullptr) {
-                EXPECT_EQ(support::print_xfd(xfd), expected);
-                EXPECT_EQ(file_error(), "0 0 0 null");
-                Z4XFDFree(xfd);
-            } else {
-                const std::string reported = file_error();
-                EXPECT_TRUE(reported.starts_with("14 0 " + std::to_string(ENOMEM) + " '"))
-                    << reported;
-                EXPECT_EQ(error, ENOMEM);
-            }
-            EXPECT_EQ(ZMemoryBlocks(nullptr), before);
-            if (!was_refused)
-                return n - 1;
-            if (n > 1000) {
-                ADD_FAILURE() << "refusals do not end";
-                return n;
-            }
-        }
-    }
-};
+using LoadTorture = torture::RefusedLoads;
 
 constexpr const char *kText =
     "XFD,8,CLIENT,CLIENT,12,TRIG\n40,30,2\n0,18,46,44,0\n# keys\n1,0,5,0\n1\nID\n1,1,1,5\n2\nKIND\n"

@@ -11,6 +11,7 @@
 #include "host/memory.h"
 #include "tests/support/dictionary_file.h"
 #include "tests/support/print_xfd.h"
+#include "tests/torture/refused_loads.h"
 
 namespace {
 
@@ -61,44 +62,8 @@ const std::string kIndexed =
              "<xfd:key-column xfd:key-column-name='ID'/></xfd:key-columns></xfd:key></xfd:keys>");
 const std::string kRelative = document("Relative", "</xfd:identification>");
 
-class LoadXmlTorture : public support::DictionaryTest {
+class LoadXmlTorture : public torture::RefusedLoads {
  protected:
-    // Returns how many allocations the load makes.
-    int refuse_each(uint32_t flags, const char *what) {
-        OwnedXfd whole(Z4ParseXFD("file", flags, 30));
-        EXPECT_NE(whole, nullptr) << file_error();
-        const std::string expected = support::print_xfd(whole.get());
-        whole.reset();
-
-        for (int n = 1;; ++n) {
-            SCOPED_TRACE(what + std::string(", refused number ") + std::to_string(n));
-            support::clear_file_error();
-            const size_t before = ZMemoryBlocks(nullptr);
-            ZMemoryRefuse(n, 1);
-            Xfd *xfd = Z4ParseXFD("file", flags, 30);
-            const int error = errno;
-            const bool was_refused = ZMemoryRefused() != 0;
-            ZMemoryRefuse(0, 0);
-            if (xfd != nullptr) {
-                EXPECT_EQ(support::print_xfd(xfd), expected);
-                EXPECT_EQ(file_error(), "0 0 0 null");
-                Z4XFDFree(xfd);
-            } else {
-                const std::string reported = file_error();
-                EXPECT_TRUE(reported.starts_with("14 0 " + std::to_string(ENOMEM) + " '"))
-                    << reported;
-                EXPECT_EQ(error, ENOMEM);
-            }
-            EXPECT_EQ(ZMemoryBlocks(nullptr), before);
-            if (!was_refused)
-                return n - 1;
-            if (n > 2000) {
-                ADD_FAILURE() << "refusals do not end";
-                return n;
-            }
-        }
-    }
-
     // A damaged document loads, or fails with one of the errors of this form.
     void load_damaged(const std::string &text, uint32_t flags) {
         const OwnedXfd xfd = load(text, flags);
