@@ -2,7 +2,6 @@
 #include "sql/child_rows.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "sql/child_table_maker.h"
 #include "sql/table_columns.h"
@@ -137,13 +136,17 @@ Status ChildRowWriter::flush() {
 Status ChildRowWriter::flush(size_t child, bool all) {
     Table &table = tables_[child];
     const size_t rows = table.pending.size() / table.width;
-    if (rows == 0 || (!all && rows < size_t{1} << (table.inserts.size() - 1))) {
+    const size_t greatest = table.inserts.size() - 1;
+    if (rows == 0 || (!all && rows < size_t{1} << greatest)) {
         return {};
     }
     for (size_t done = 0; done < rows;) {
-        const size_t power = std::min<size_t>(std::bit_width(rows - done), table.inserts.size());
-        Statement &insert = *table.inserts[power - 1];
-        const size_t n = size_t{1} << (power - 1);
+        size_t power = greatest;
+        while (power > 0 && size_t{1} << power > rows - done) {
+            power--;
+        }
+        Statement &insert = *table.inserts[power];
+        const size_t n = size_t{1} << power;
         insert.bind(0, std::span(table.pending).subspan(done * table.width, n * table.width));
         uint64_t inserted = 0;
         if (Status status = insert.execute(&inserted); !status.ok()) {

@@ -51,7 +51,7 @@ std::string shown_subscripts(std::span<const uint16_t> subscripts) {
 }
 
 Status ChildTableMaker::add(const std::string &table, std::span<const uint16_t> subscripts,
-                            Column column, Field field) {
+                            const Column &column, Field field) {
     const auto [found, is_new] = table_of_.emplace(folded(table), tables_.size());
     if (is_new) {
         tables_.emplace_back();

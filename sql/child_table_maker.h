@@ -24,7 +24,7 @@ class ChildTableMaker {
     // without case; empty: the secondary table).  kBadDictionary: this column has
     // these subscripts already, or other fields of the table have more or fewer
     // subscripts, or other fields of the column are of another type.
-    Status add(const std::string &table, std::span<const uint16_t> subscripts, Column column,
+    Status add(const std::string &table, std::span<const uint16_t> subscripts, const Column &column,
                Field field);
 
     [[nodiscard]] bool empty() const { return tables_.empty(); }

@@ -24,7 +24,7 @@ constexpr DefaultFormat kDefaultFormats[] = {{6, "YYMMDD"}, {8, "YYYYMMDD"}};
 }  // namespace
 
 std::string date_format_of(const XfdField &field) {
-    const std::string own(field.fd_format, strnlen(field.fd_format, sizeof field.fd_format));
+    std::string own(field.fd_format, strnlen(field.fd_format, sizeof field.fd_format));
     if (!own.empty()) {
         return own;
     }

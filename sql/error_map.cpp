@@ -79,8 +79,10 @@ ErrorMap ErrorMap::read(const std::string &path, std::string_view database) {
         }
     }
     std::ranges::stable_sort(map.entries_, {}, &ErrorMapEntry::native);
-    const auto behind = std::ranges::unique(map.entries_, {}, &ErrorMapEntry::native);
-    map.entries_.erase(behind.begin(), behind.end());
+    const auto behind = std::unique(
+        map.entries_.begin(), map.entries_.end(),
+        [](const ErrorMapEntry &a, const ErrorMapEntry &b) { return a.native == b.native; });
+    map.entries_.erase(behind, map.entries_.end());
     return map;
 }
 

@@ -262,12 +262,11 @@ Status LayoutMaker::add_field(const XfdField &field) {
 
 Status LayoutMaker::add_child_field(const XfdField &field, Column column, Field item) {
     if (field.fd_subtable[0] == '\0') {
-        return children_.add({}, {}, std::move(column), std::move(item));
+        return children_.add({}, {}, column, std::move(item));
     }
     const std::span<const uint16_t> subscripts(field.fd_occurs_index, field.fd_occurs_depth);
     item.name += shown_subscripts(subscripts);
-    return children_.add(name_in_utf8(field.fd_subtable), subscripts, std::move(column),
-                         std::move(item));
+    return children_.add(name_in_utf8(field.fd_subtable), subscripts, column, std::move(item));
 }
 
 bool LayoutMaker::sorts_as_bytes(const Field &field) const {

@@ -34,11 +34,18 @@ case "$CFLAGS" in
 esac
 expected="AMOUNT_12 1 $bits bits"
 
+# Where a 32-bit machine has the libraries that ours need, the overlay stands for it.
+if [ -n "$OVERLAY" ]; then
+    folders=$OVERLAY/lib/i386-linux-gnu:$OVERLAY/usr/lib/i386-linux-gnu
+    CFLAGS="$CFLAGS -Wl,-rpath-link,$folders"
+    export LD_LIBRARY_PATH="$folders"
+fi
+
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
 # shellcheck disable=SC2046,SC2086
 $CC $CFLAGS -std=c11 -Wall -Werror "$here/stranger.c" -o "$work/by-pkg-config" \
     $(pkg-config --define-variable=prefix="$prefix" --cflags --libs wbfsi)
-got=$(LD_LIBRARY_PATH=$prefix/lib "$work/by-pkg-config")
+got=$(LD_LIBRARY_PATH=$prefix/lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH} "$work/by-pkg-config")
 [ "$got" = "$expected" ] || fail "with pkg-config: '$got' instead of '$expected'"
 
 cp "$here/stranger.c" "$work/src/"
@@ -52,7 +59,7 @@ got=$("$work/build/stranger")
 # The tool finds the libraries beside it, wherever the prefix is moved.
 mv "$prefix" "$prefix.moved"
 trap 'rm -rf "$prefix.moved"' EXIT
-if ! version=$(LD_LIBRARY_PATH=${OVERLAY:+$OVERLAY/usr/lib/i386-linux-gnu} "$prefix.moved/bin/wbfsi" --version); then
+if ! version=$("$prefix.moved/bin/wbfsi" --version); then
     fail "the installed tool does not run"
 fi
 case $version in
@@ -64,7 +71,7 @@ esac
 printf 'no database' > "$prefix.moved/there/text.db"
 printf 'XFD,06,T,T,12\n2,2,1\n0,18,46,44,0\n1,0,2,0\n1\nA\n0\n1,1,1,1\n0,2,16,0,0,0,0,5,A\n' \
     > "$prefix.moved/there/t.xfd"
-text=$(LD_LIBRARY_PATH=${OVERLAY:+$OVERLAY/usr/lib/i386-linux-gnu} "$prefix.moved/bin/wbfsi" unload t \
+text=$("$prefix.moved/bin/wbfsi" unload t \
     "$prefix.moved/there/t" --xfd-directory "$prefix.moved/there" --db "sqlite:$prefix.moved/there/text.db" 2>&1) || true
 case $text in
 *"(SQLite 26, E_BROKEN)"*) ;;

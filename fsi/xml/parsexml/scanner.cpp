@@ -184,13 +184,17 @@ bool scan_units(ScannerState *scanner, const char *bytes, size_t count) {
 size_t find_greater_than(SourceForm form, const char *bytes, size_t size) {
     const size_t width = unit_size(form);
     const size_t count = size / width;
-    size_t found = count;
-    if (form == SourceForm::kLittleUnits)
-        found = Units<SourceForm::kLittleUnits>::find(bytes, 0, count, '>');
-    else if (form == SourceForm::kBigUnits)
-        found = Units<SourceForm::kBigUnits>::find(bytes, 0, count, '>');
-    else
-        found = Units<SourceForm::kBytes>::find(bytes, 0, count, '>');
+    const auto find = [&] {
+        switch (form) {
+            case SourceForm::kLittleUnits:
+                return Units<SourceForm::kLittleUnits>::find(bytes, 0, count, '>');
+            case SourceForm::kBigUnits:
+                return Units<SourceForm::kBigUnits>::find(bytes, 0, count, '>');
+            default:
+                return Units<SourceForm::kBytes>::find(bytes, 0, count, '>');
+        }
+    };
+    const size_t found = find();
     return found == count ? 0 : (found + 1) * width;
 }
 
