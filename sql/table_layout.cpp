@@ -70,7 +70,7 @@ class LayoutMaker {
     Status add_field(const XfdField &field);
     Status check_field(const XfdField &field, const std::string &quoted);
     void describe(const XfdField &field, Column *column, Field *item) const;
-    Status add_child_field(const XfdField &field, Column column, Field item);
+    Status add_child_field(const XfdField &field, const Column &column, Field item);
     Status add_keys();
     Status add_other_columns();
     Status add_children();
@@ -246,7 +246,7 @@ Status LayoutMaker::add_field(const XfdField &field) {
     Field item;
     describe(field, &column, &item);
     if (field.fd_subtable[0] != '\0' || (field.fd_flags & XFD_FIELD_IN_SECONDARY_TABLE) != 0) {
-        return add_child_field(field, std::move(column), std::move(item));
+        return add_child_field(field, column, std::move(item));
     }
     if (!names_.insert(folded(column.name)).second) {
         return bad_dictionary("two fields make the column \"" + column.name +
@@ -260,7 +260,7 @@ Status LayoutMaker::add_field(const XfdField &field) {
     return {};
 }
 
-Status LayoutMaker::add_child_field(const XfdField &field, Column column, Field item) {
+Status LayoutMaker::add_child_field(const XfdField &field, const Column &column, Field item) {
     if (field.fd_subtable[0] == '\0') {
         return children_.add({}, {}, column, std::move(item));
     }

@@ -259,7 +259,7 @@ void Matcher::find_identity() {
 // The dictionary as its table has it: the fields that have columns, with the
 // columns of the keys that the layout found.
 Status Matcher::copy_dictionary() {
-    const Status no_memory(ErrorKind::kNoMemory, "no memory to match the dictionary");
+    Status no_memory(ErrorKind::kNoMemory, "no memory to match the dictionary");
     xfd_.reset(Z4CopyXFD(layout_.dictionary.get()));
     if (xfd_ == nullptr) {
         return no_memory;

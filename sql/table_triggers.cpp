@@ -157,10 +157,13 @@ void TriggerMaker::refuse_updates(const std::string &table, std::span<const Colu
         const std::string name = Dialect::quote(column.name);
         names.push_back(name);
         // The identity of a new row is written behind its insertion.
-        const std::string had_value = column.is_identity ? " AND old." + name + " IS NOT NULL" : "";
+        const std::string had_value =
+            column.is_identity ? std::string(" AND old.").append(name) + " IS NOT NULL" : "";
         body += body.empty() ? "SELECT CASE" : "";
-        body += " WHEN new." + name + " IS NOT old." + name + had_value + " THEN RAISE(ABORT, " +
-                quoted_text("column " + name + " is read-only") + ")";
+        const std::string message =
+            quoted_text(std::string("column ").append(name) + " is read-only");
+        body.append(" WHEN new.").append(name).append(" IS NOT old.").append(name);
+        body.append(had_value).append(" THEN RAISE(ABORT, ").append(message).append(")");
     }
     if (!names.empty()) {
         triggers_.push_back(trigger(table + "_read_only", "BEFORE UPDATE OF " + joined(names),
