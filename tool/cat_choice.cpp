@@ -127,8 +127,9 @@ std::vector<PrintedField> choose_fields(const sql::TableLayout &layout, const st
             }
         }
         if (chosen.size() == before) {
-            throw Failure("--fields " + names + ": there is no field \"" + part + "\"; " +
-                          names_like(layout, part));
+            std::string text = "--fields " + names;
+            text.append(": there is no field \"").append(part).append("\"; ");
+            throw Failure(text + names_like(layout, part));
         }
     }
     return chosen;
