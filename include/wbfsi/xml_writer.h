@@ -73,7 +73,8 @@ WBFSI_API int32_t ZxmlElem_write_newline(void *target, int32_t encoding_type);
 WBFSI_API int ZxmlElem_write(void *target, int32_t encoding_type, ZHandle element, int32_t indent);
 
 /* Lists what is below an element on the host's error output, a line each with `level`
- * blanks in front and one more for each level down: handle, name, occurrence numbers,
+ * blanks in front and one more for each level down (the sign does not count; at least
+ * one blank, at most a million): handle, name, occurrence numbers,
  * value; attributes on lines of their own.  In place of an attribute's name stands the
  * text before it.  Elements without a name are left out with all below.  A bad handle
  * sets error 6. */

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // The listing of elements for people who look for a mistake.
+#include <algorithm>
+
 #include "fsi/xml/elements/wall.h"
 #include "host/messages.h"
 #include "wbfsi/xml_writer.h"
@@ -22,7 +24,14 @@ const char *fetched(Getter getter) {
     return scratch();
 }
 
-void dump_attributes(const Element &element, int32_t level) {
+// A level as the width of a field, which may start anywhere and goes up and down.
+// Nobody reads lines of more blanks than that.
+int width(int64_t level) {
+    constexpr int64_t kMost = 1'000'000;
+    return static_cast<int>(std::clamp(level, -kMost, kMost));
+}
+
+void dump_attributes(const Element &element, int64_t level) {
     const uint32_t count = static_cast<uint32_t>(attributes_of(element).size());
     for (uint32_t i = 0; i < count; i++) {
         // The name is measured, not fetched: what is printed in its place is what the
@@ -31,7 +40,7 @@ void dump_attributes(const Element &element, int32_t level) {
         const bool was_held = xml_scratch != nullptr;
         if (validate_scratch(length + 1) != 0 && !was_held)
             xml_scratch[0] = '\0';
-        eprintf("\n%*s%s = ", level + 4, " ", scratch());
+        eprintf("\n%*s%s = ", width(level + 4), " ", scratch());
         eprintf("%s", fetched([&](char *buffer, int32_t size) {
                     return ZxmlElem_attribute_value(element.handle, i, buffer, size);
                 }));
@@ -39,11 +48,11 @@ void dump_attributes(const Element &element, int32_t level) {
 }
 
 // One line of an element; nothing, not even for what is below, when it has no name.
-bool dump_one(Element *element, int32_t level) {
+bool dump_one(Element *element, int64_t level) {
     if (element->name->length == 0)
         return false;
     const ZHandle handle = element->handle;
-    eprintf("%*s%u - %s", level, " ", handle, fetched([&](char *buffer, int32_t size) {
+    eprintf("%*s%u - %s", width(level), " ", handle, fetched([&](char *buffer, int32_t size) {
                 return ZxmlElem_name(handle, buffer, size);
             }));
     for (int i = 0; i <= element->array_depth; i++)
@@ -62,10 +71,11 @@ bool dump_one(Element *element, int32_t level) {
 
 }  // namespace
 
-void ZxmlElem_dump(ZHandle handle, int32_t level) {
+void ZxmlElem_dump(ZHandle handle, int32_t first_level) {
     const Element *top = require_element(handle);
     if (top == nullptr)
         return;
+    int64_t level = first_level;
     Element *element = top->first_child;
     while (element != nullptr) {
         if (dump_one(element, level) && element->first_child != nullptr) {

@@ -46,6 +46,23 @@ TEST(DumpElements, ValuesAndLevels) {
     EXPECT_EQ(dumped(b, 4), line(4, c, "c\n"));
 }
 
+// The width of a printed field: its sign is where the blanks stand, which are blanks.
+TEST(DumpElements, LevelsBelowZeroAndAtTheEnds) {
+    const Tree top("a");
+    const ZHandle b = ZxmlElem_add_child(top, "b", -1);
+    ZxmlElem_add_attribute(b, "x", 1, "1", 1);
+    EXPECT_EQ(dumped(top, -3), line(3, b, "b\n b = 1\n"));
+    EXPECT_EQ(dumped(top, -6), line(6, b, "b\n  b = 1\n"));
+    ZxmlElem_add_child(ZxmlElem_add_child(b, "", 0), "d", -1);
+    // A million blanks are the most, however many are asked for.
+    const std::string blanks(1'000'000, ' ');
+    for (const int32_t level : {INT32_MIN, INT32_MIN + 1, INT32_MAX - 4, INT32_MAX}) {
+        SCOPED_TRACE(level);
+        EXPECT_TRUE(dumped(top, level) ==
+                    line(blanks.size(), b, "b\n").append(blanks).append("b = 1\n"));
+    }
+}
+
 TEST(DumpElements, IndicesOfArrays) {
     const Tree top("a");
     const ZHandle b = ZxmlElem_add_child(top, "b", -1);
