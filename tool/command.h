@@ -32,6 +32,7 @@ Action declare_compare(CLI::App &app);
 Action declare_match(CLI::App &app);
 Action declare_errmap(CLI::App &app);
 Action declare_date(CLI::App &app);
+Action declare_xml(CLI::App &app);
 
 }  // namespace tool
 

@@ -44,6 +44,8 @@ constexpr CommandRow kCommands[] = {
      tool::declare_match},
     {"errmap", "Show an error-map file and what is wrong with it", tool::declare_errmap},
     {"date", "Convert a date field of a COBOL record to an ISO date, or back", tool::declare_date},
+    {"xml", "Write an XML document anew: tidied, in another encoding, record by record",
+     tool::declare_xml},
 };
 
 struct Command {

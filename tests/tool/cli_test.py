@@ -101,7 +101,8 @@ class Tool(unittest.TestCase):
 class Usage(Tool):
     def test_every_command_has_help_and_version(self):
         for command in ([], ["show"], ["locate"], ["convert"], ["ddl"], ["cat"], ["load"],
-                        ["unload"], ["verify"], ["match"], ["compare"], ["errmap"], ["date"]):
+                        ["unload"], ["verify"], ["match"], ["compare"], ["errmap"], ["date"],
+                        ["xml"]):
             with self.subTest(command=command):
                 help_text = self.run_tool(*command, "--help")
                 self.assertEqual((help_text.returncode, help_text.stderr), (0, ""))
