@@ -8,6 +8,7 @@
   * arguments and results of each call are of the kinds that its prototype has;
   * the calls compile and link, the items have the sizes that the page says;
   * the program of the page prints what the page says;
+  * xml_calls.cob makes all calls of the page and finds their results right;
   * every constant of the copybook has the value of the header's, and none of them is
     missing.
 
@@ -19,7 +20,8 @@ import re
 import subprocess
 import sys
 
-from cobol import TOP, Build
+sys.dont_write_bytecode = True
+from cobol import TOP, Build  # noqa: E402
 
 HEADERS = ["xml_element.h", "xml_parser.h", "xml_expat.h", "xml_writer.h"]
 # Constants that have no name in C, or one in a comment alone.
@@ -159,12 +161,70 @@ def check_page(build):
         expect(int(sizes.get(name, -1)) == int(size), f"{name} has {sizes.get(name)} bytes, on the page {size}")
 
     program, expected = re.search(r"^```cobol\n(.*?)^```\n.*?^```text\n(.*?)^```$", page, flags=re.DOTALL | re.MULTILINE).groups()
+    check_calls(build, calls)
     source = build.folder / "show_lines.cob"
     source.write_text(program, encoding="utf-8")
     for static in (True, False):
         code, output, errors = build.run(build.compile(source, static), static=static)
         expect((code, output.decode(), errors) == (0, expected, b""),
                f"the program of the page ended with {code} and printed\n{output.decode()}{errors.decode()}")
+
+
+# What xml_calls.cob lists on the error output, with H for a handle and A for an address.
+# In place of an attribute's name stands the text before it.
+ELEMENTS_LISTED = """\
+ H - line( 1) = 42 pens & M\u00fc
+ H - line( 3)
+ H - line( 2)
+     line = I-2 < 3
+"""
+LISTED = ELEMENTS_LISTED + """\
+Dumping parser H
+fxml: 0
+filename:\x20
+XML parser: (nil)
+ Flags: 0
+ version: 1.0
+ encoding: ISO-8859-1
+ encoding type: 7
+ element depth: 0
+ standalone: Yes
+ Top element: H
+Elements ----------------------
+""" + ELEMENTS_LISTED + """\
+Done --------------------------
+XML parser: A
+ Flags: 408f8
+ version: 1.0
+ encoding: ISO-8859-1
+ encoding type: 7
+ element depth: 0
+ standalone: Yes
+ Top element: H
+Elements ----------------------
+ H - line( 1) = 42 pens& M\u00fc
+ H - line( 2)
+ H - line( 3)
+     line = I-2 < 3
+Done --------------------------
+"""
+
+
+def check_calls(build, calls):
+    source = TOP / "tests/examples/xml_calls.cob"
+    text = source.read_text(encoding="utf-8")
+    for name in sorted(set(calls) - set(re.findall(r'call "(\w+)"', text))):
+        expect(False, f"{name} is not called by {source.name}")
+    checks = re.findall(r"^    perform (expect\S*)$", text.partition("\nexpect.\n")[0], flags=re.MULTILINE)
+    results = len(checks) + sum("-error" in check and "file" not in check for check in checks)
+    # One stands in the branch that is taken when the hash has been found.
+    results += len(re.findall(r"^        perform expect-text$", text, flags=re.MULTILINE))
+    for static in (True, False):
+        code, output, errors = build.run(build.compile(source, static), static=static)
+        expect((code, output.decode("latin-1")) == (0, f"{results} results were right\n"),
+               f"{source.name} ended with {code} and printed\n{output.decode('latin-1')}")
+        listed = re.sub(r"0x[0-9a-f]+", "A", re.sub(r"\b\d{8,}\b", "H", errors.decode("latin-1")))
+        expect(listed == LISTED, f"{source.name} listed\n{listed}")
 
 
 def check_copybook(build, compiler):

@@ -10,7 +10,8 @@ counted by its generator.
 
 import sys
 
-from cobol import TOP, Build
+sys.dont_write_bytecode = True
+from cobol import TOP, Build  # noqa: E402
 
 LONG = 12000  # orders: some 100000 elements, more than a handle has values without a sign
 GROWTH_KILOBYTES = 512
