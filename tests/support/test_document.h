@@ -30,6 +30,7 @@ struct ZFile {
     int opened = 0;
     int closed = 0;
     int removed = 0;
+    int closed_at_removal = -1;
     int reads = 0;
 };
 
@@ -260,8 +261,10 @@ int os_fclose(ZFile *file) {
 }
 
 int os_unlink(const char *path) {
-    if (std::strcmp(path, support::kFileName) == 0)
+    if (std::strcmp(path, support::kFileName) == 0) {
         support::the_file.removed++;
+        support::the_file.closed_at_removal = support::the_file.closed;
+    }
     return 1;
 }
 

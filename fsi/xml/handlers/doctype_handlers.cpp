@@ -24,19 +24,36 @@ bool append(ZString *string, std::string_view text, const char *tag) {
     return *string != nullptr && ZSTRINGAppendN(*string, text.data(), text.size()) != 0;
 }
 
-// The line of the DOCTYPE in bytes that expat is being fed, up to its newline.
-std::string_view doctype_line(std::string_view bytes) {
-    const size_t start = bytes.find("<!DOCTYPE ");
-    if (start == bytes.npos)
-        return {};
+constexpr std::string_view kDoctype = "<!DOCTYPE ";
+
+std::string_view line_from(std::string_view bytes, size_t start) {
     return fsi::part(bytes, start, bytes.find('\n', start) - start);
+}
+
+// The line of the DOCTYPE up to its newline, or as far as it is known: in the bytes
+// that expat is being fed or, where those began within the DOCTYPE, in what expat keeps
+// of those before.  A ">" between says that they are another piece of the document.
+std::string_view doctype_line(const State &state) {
+    if (const size_t start = state.fed_bytes.find(kDoctype); start != kDoctype.npos)
+        return line_from(state.fed_bytes, start);
+    int offset = 0;
+    int size = 0;
+    const char *context = XML_GetInputContext(state.parser, &offset, &size);
+    if (context == nullptr)
+        return {};
+    const std::string_view bytes(context, static_cast<size_t>(size));
+    const std::string_view before = fsi::part(bytes, 0, static_cast<size_t>(offset));
+    const size_t start = before.rfind(kDoctype);
+    if (start == before.npos || before.find('>', start) != before.npos)
+        return {};
+    return line_from(bytes, start);
 }
 
 // The text begins with that line, unless an element declaration came first.
 bool begin_text(State *state) {
     if (state->doctype_text != nullptr)
         return true;
-    std::string_view line = doctype_line(state->fed_bytes);
+    const std::string_view line = doctype_line(*state);
     if (!append(&state->doctype_text, line, kTextTag))
         return false;
     state->is_doctype_read = true;

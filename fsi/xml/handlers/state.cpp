@@ -78,9 +78,7 @@ bool build(State *state) {
     state->buffer =
         static_cast<char *>(Zmalloc(ZXML_BUFFER_SIZE + 1, "XML parser buffer", kSource));
     state->position = state->end = state->buffer;
-    // A comment waits here between its end and that of an element.
-    state->pending_comments = ZSTRINGNew(80, "XML Comments for element", kSource);
-    if (state->buffer == nullptr || state->pending_comments == nullptr)
+    if (state->buffer == nullptr)
         return false;
     if ((state->flags & ZXML_HASH) != 0) {
         state->element_hash = make_element_hash();

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "fsi/xml/elements/element.h"
+#include "fsi/xml/elements/errors.h"
 #include "fsi/xml/elements/text_block.h"
 #include "wbfsi/xml_expat.h"
 #include "wbfsi/xml_parser.h"
@@ -40,11 +41,12 @@ struct ScannerState {
     uint8_t is_in_subset;  // of the DOCTYPE
 };
 
-// How feeding ended: the file error, and the code behind it of expat (19) or the
-// system (1).
+// How feeding ended: the file error, the code behind it of expat (19) or the system
+// (1), and where expat found the error.
 struct FeedOutcome {
     int16_t code;
     int32_t system;
+    ExpatPlace place;
 };
 
 struct State : ZxmlExpatState {

@@ -76,6 +76,13 @@ bool append_trimmed(State *state, Element *element, std::string_view text, std::
     return blanks.empty() || append_text(&state->held_blanks, blanks, "Temp data buffer");
 }
 
+// Elements are not built, text is asked for: no element can take it.
+void stop_for_lost_text(State *state) {
+    element_error = ZXML_BAD_ELEMENT;
+    state->is_stopped = true;
+    XML_StopParser(state->parser, XML_FALSE);
+}
+
 }  // namespace
 
 void end_run(State *state) {
@@ -87,8 +94,13 @@ void end_run(State *state) {
 void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     State *state = state_of(expat);
     Element *element = state->current;
-    if (state->is_stopped || element == nullptr || length <= 0)
+    if (state->is_stopped || length <= 0)
         return;
+    if (element == nullptr) {
+        if (state->element_depth == 0)
+            stop_for_lost_text(state);
+        return;
+    }
     const std::string_view text(bytes, static_cast<size_t>(length));
     const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
     const bool is_first = !keeps_blanks && element->value == nullptr;

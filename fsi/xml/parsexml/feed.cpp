@@ -21,7 +21,6 @@
 #include <cstring>
 
 #include "fsi/base/text.h"
-#include "fsi/xml/elements/errors.h"
 #include "fsi/xml/handlers/state.h"
 #include "fsi/xml/parsexml/scanner.h"
 #include "host/charset.h"
@@ -64,6 +63,7 @@ void tell_outcome(const State &state) {
         copy_text(message, text == nullptr ? "" : text);
         *Zstdlib_f_int_errno() = 5;
         *Zstdlib_f_errmsg() = message;
+        expat_place = state.outcome.place;
     }
     if (state.outcome.code == 19 || state.outcome.code == 1)
         *Zstdlib_f_int2_errno() = state.outcome.system;
@@ -72,12 +72,12 @@ void tell_outcome(const State &state) {
 void end_in_error(State *state) {
     const XML_Error error = XML_GetErrorCode(state->parser);
     if (state->has_failed_memory || error == XML_ERROR_NO_MEMORY) {
-        end_feeding(state, {14, 0});
+        end_feeding(state, {14, 0, {}});
         return;
     }
-    expat_place = {uint64_t{XML_GetCurrentLineNumber(state->parser)},
-                   uint64_t{XML_GetCurrentColumnNumber(state->parser)} + 1};
-    end_feeding(state, {19, static_cast<int32_t>(error)});
+    const ExpatPlace place = {uint64_t{XML_GetCurrentLineNumber(state->parser)},
+                              uint64_t{XML_GetCurrentColumnNumber(state->parser)} + 1};
+    end_feeding(state, {19, static_cast<int32_t>(error), place});
 }
 
 // False when expat cannot go on: at an error, which ends feeding, and suspended.
@@ -86,7 +86,7 @@ bool go_on(State *state, XML_Status status) {
     if (status == XML_STATUS_ERROR)
         end_in_error(state);
     else if (status == XML_STATUS_OK && state->is_final)
-        end_feeding(state, {8, 0});
+        end_feeding(state, {8, 0, {}});
     return status == XML_STATUS_OK;
 }
 
@@ -116,7 +116,7 @@ size_t waiting_size(const State &state) {
 bool wait_with(State *state, const char *bytes, size_t size) {
     if (append_text(&state->waiting, {bytes, size}, kWaitingTag))
         return true;
-    end_feeding(state, {14, 0});
+    end_feeding(state, {14, 0, {}});
     return false;
 }
 
@@ -154,7 +154,7 @@ bool refill(State *state, ZFile *file) {
     state->position = state->buffer;
     state->end = state->buffer + left + got;
     if (got == 0 && os_ferror(file) != 0)
-        end_feeding(state, {1, errno});
+        end_feeding(state, {1, errno, {}});
     return got > 0;
 }
 
@@ -196,9 +196,44 @@ size_t unfinished(const State &state) {
     return static_cast<unsigned long>(state.source_bytes) - static_cast<unsigned long>(index);
 }
 
+// expat has had all up to the position: where that is within markup, the scanner
+// begins with it.
+void find_open_token(State *state) {
+    // In text and CDATA expat holds back a few bytes only, but for a reference.
+    constexpr size_t kLongReference = 4096;
+    const size_t open = unfinished(*state);
+    if (open > kLongReference)
+        state->is_gathering = true;
+    if (open == 0 || open > state->last_fed)
+        return;
+    state->scanner = {};
+    const char *at = state->position - open;
+    bool is_closed = true;
+    while (at < state->position) {
+        const auto left = static_cast<size_t>(state->position - at);
+        const size_t found = find_greater_than(state->form, at, left);
+        const size_t chunk = found != 0 ? found : left;
+        is_closed = scan(&state->scanner, state->form, at, chunk);
+        at += chunk;
+    }
+    state->is_gathering = !is_closed || open > kLongReference;
+}
+
+// The other loops go on where a record ended; `to_next_record` and no further.
+bool leave_record(State *state, bool to_next_record) {
+    if (!state->is_suspended)
+        return true;
+    state->stops_at_record = to_next_record;
+    const bool is_resumed = resume(state);
+    state->stops_at_record = false;
+    if (is_resumed)
+        find_open_token(state);
+    return is_resumed;
+}
+
 void feed_all(State *state, ZFile *file) {
     // What is buffered may be a document in memory, of any size.
-    if (!feed_waiting(state))
+    if (!leave_record(state, false) || !feed_waiting(state))
         return;
     if (state->form == SourceForm::kUnknown) {
         read_first_bytes(state, file);
@@ -230,10 +265,14 @@ void feed_all(State *state, ZFile *file) {
         finish(state);
 }
 
-// Feeds one chunk now or lets it wait for the end of its token.  False when feeding
-// cannot go on.
-bool feed_chunk(State *state, const char *bytes, size_t size, bool *is_closed) {
+// Feeds one chunk now or lets it wait for the end of its token; `has_mark` when a ">"
+// ends it.  False when feeding cannot go on.
+bool feed_chunk(State *state, const char *bytes, size_t size, bool has_mark, bool *is_closed) {
     *is_closed = scan(&state->scanner, state->form, bytes, size);
+    // A reference is no markup for the scanner, yet expat begins it anew as well: until
+    // a ">", what is read is gathered in proportion to what expat has of it.
+    if (!has_mark && waiting_size(*state) + size < unfinished(*state))
+        *is_closed = false;
     if (*is_closed && waiting_size(*state) == 0) {
         state->fed_bytes = {bytes, static_cast<size_t>(state->end - bytes)};
         const bool is_fed = feed(state, bytes, size);
@@ -272,6 +311,8 @@ size_t whole_units(const State &state) {
 }
 
 void feed_to_next_greaterthan(State *state, ZFile *file) {
+    if (!leave_record(state, true))
+        return;
     while (!state->is_ended) {
         if (state->form == SourceForm::kUnknown) {
             read_first_bytes(state, file);
@@ -290,30 +331,10 @@ void feed_to_next_greaterthan(State *state, ZFile *file) {
         const char *bytes = state->position;
         state->position += chunk;
         bool is_closed = false;
-        if (!feed_chunk(state, bytes, chunk, &is_closed) || found != 0)
+        if (!feed_chunk(state, bytes, chunk, found != 0, &is_closed) || found != 0)
             return;
     }
 }
-
-// expat has had all up to the position: where that is within markup, the scanner
-// begins with it.
-void find_open_token(State *state) {
-    const size_t open = unfinished(*state);
-    if (open == 0 || open > state->last_fed)
-        return;
-    state->scanner = {};
-    const char *at = state->position - open;
-    bool is_closed = true;
-    while (at < state->position) {
-        const auto left = static_cast<size_t>(state->position - at);
-        const size_t found = find_greater_than(state->form, at, left);
-        const size_t chunk = found != 0 ? found : left;
-        is_closed = scan(&state->scanner, state->form, at, chunk);
-        at += chunk;
-    }
-    state->is_gathering = !is_closed;
-}
-
 void gather(State *state, ZFile *file) {
     if (!has_unit(state, file))
         return;
@@ -324,7 +345,7 @@ void gather(State *state, ZFile *file) {
     state->position += chunk;
     state->last_fed = 0;
     bool is_closed = false;
-    feed_chunk(state, bytes, chunk, &is_closed);
+    feed_chunk(state, bytes, chunk, found != 0, &is_closed);
     state->is_gathering = !is_closed;
 }
 

@@ -25,16 +25,21 @@ void close_input(ParserInfo *parser) {
     if ((parser->file_flags & kCloseInput) != 0 && parser->input != nullptr)
         os_fclose(parser->input);
     parser->input = nullptr;
+    parser->file_flags &= static_cast<uint8_t>(~kCloseInput);
+}
+
+void forget_file(ParserInfo *parser) {
     if ((parser->file_flags & kDeleteInput) != 0 && parser->file_name != nullptr)
         os_unlink(parser->file_name);
     Zfree(parser->file_name);
     parser->file_name = nullptr;
-    parser->file_flags = 0;
+    parser->file_flags &= static_cast<uint8_t>(~kDeleteInput);
 }
 
 void destroy(ZHandle, void *record) {
     auto *parser = static_cast<ParserInfo *>(record);
     expat_destroy_parser(parser->state);
+    forget_file(parser);
     close_input(parser);
 }
 
@@ -56,7 +61,6 @@ void undeclare_when_unused() {
     if (parser_type != 0 && H_next(0, parser_type) == 0) {
         H_undeclare(parser_type);
         parser_type = 0;
-        free_scratch();
     }
 }
 
@@ -103,6 +107,7 @@ bool read_start(ParserInfo *parser) {
     if (error != 8)
         return false;
     close_input(parser);
+    forget_file(parser);
     return true;
 }
 
@@ -159,6 +164,8 @@ int ZxmlParser_release(ZHandle handle) {
         return 0;
     H_FREE(handle);
     undeclare_when_unused();
+    if (parser_type == 0)
+        free_scratch();
     return 1;
 }
 

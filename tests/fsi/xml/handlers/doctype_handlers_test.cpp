@@ -98,6 +98,31 @@ TEST(DoctypeHandlers, ALongLineIsWhole) {
               line + line.substr(line.find('[') + 1) + "\n");
 }
 
+TEST(DoctypeHandlers, TheLineIsFoundHoweverItIsRead) {
+    for (const size_t most : {size_t{1}, size_t{2}, size_t{3}, size_t{7}, size_t{32000}}) {
+        SCOPED_TRACE(most);
+        const std::string front = "<?xml version='1.0'?>\n<!-- c -->\n";
+        EXPECT_EQ(
+            read_doctype(front + "<!DOCTYPE a [\n <!ENTITY e 'x'>\n]>\n<a/>", kUsual, most).text,
+            "<!DOCTYPE a [\n <!ENTITY e 'x'>\n");
+        // As much of it as was read by then.
+        EXPECT_TRUE(read_doctype(front + "<!DOCTYPE a [ <!ENTITY e 'x'>\n]>\n<a/>", kUsual, most)
+                        .text.starts_with("<!DOCTYPE a ["));
+        // A line that had its ">" before the text began is not looked for.
+        EXPECT_EQ(
+            read_doctype(front + "<!DOCTYPE a [<!-- > -->\n<!ENTITY e 'x'>]><a/>", kUsual, most)
+                .text,
+            "\n<!ENTITY e 'x'>");
+    }
+    // It is looked for byte by byte, which does not find it in UTF-16.
+    std::string wide = "\xFF\xFE";
+    for (const char c : std::string("<!DOCTYPE a [\n<!ENTITY e 'x'>]><a/>")) {
+        wide += c;
+        wide += '\0';
+    }
+    EXPECT_EQ(read_doctype(wide, kUsual).text, "\n<!ENTITY e 'x'>");
+}
+
 TEST(DoctypeHandlers, TheSubsetDoesNotDependOnTheReads) {
     const std::string document =
         "<!-- f --><!DOCTYPE a [\n<!ENTITY e 'x > y'>\n<!ELEMENT a (b,c)>\n%p; ]>\n<a/>";

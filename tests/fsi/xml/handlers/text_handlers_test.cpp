@@ -114,8 +114,12 @@ TEST_F(TextHandlers, FlagsOfTextAndCdata) {
     // Without its handlers a section is text like any other.
     EXPECT_EQ(read_whole(text, ZXML_ELEMENTS | ZXML_TEXT), "d = \"x y\"\n");
     EXPECT_EQ(read_whole(text, ZXML_ELEMENTS | ZXML_TEXT | ZXML_CDATA), "d = \"x y  \"\n");
-    // Text without elements belongs to nothing.
-    EXPECT_EQ(read_whole(text, ZXML_TEXT), "(no element)\n");
+    // Without elements text has nowhere to go, which ends the parse.
+    int32_t error = 0;
+    EXPECT_EQ(read_whole(text, ZXML_TEXT), "19 5 35 parsing aborted");
+    ZxmlElem_error(&error);
+    EXPECT_EQ(error, 6);
+    EXPECT_EQ(read_whole("<d><r/></d>", ZXML_TEXT), "(no element)\n");
 }
 
 }  // namespace

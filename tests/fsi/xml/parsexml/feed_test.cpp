@@ -2,6 +2,10 @@
 //
 // Documents of every encoding, read whole and by record, in reads of every size; and
 // what expat is fed, which says what long tokens cost.
+//
+// Built twice.  With TESTS_WITHOUT_DEFERRAL the linker leaves the library without
+// XML_SetReparseDeferralEnabled, as an older expat does; the tests themselves switch
+// deferral off, which such an expat does not have.
 #include <dlfcn.h>
 #include <expat.h>
 #include <gtest/gtest.h>
@@ -26,6 +30,7 @@ struct Fed {
 };
 Fed fed;
 bool keeps_deferral = false;
+int times_switched_off = 0;
 
 template <typename Function>
 Function next_one(const char *name) {
@@ -36,14 +41,30 @@ Function next_one(const char *name) {
 
 // These stand in front of expat's own.
 extern "C" {
+#ifdef TESTS_WITHOUT_DEFERRAL
+[[gnu::weak]] XML_Bool XML_SetReparseDeferralEnabled(XML_Parser parser, XML_Bool enabled);
+
+XML_Parser XML_ParserCreate_MM(const XML_Char *encoding, const XML_Memory_Handling_Suite *memory,
+                               const XML_Char *separator) {
+    static const auto real = next_one<decltype(&XML_ParserCreate_MM)>(__func__);
+    static const auto set_deferral =
+        next_one<XML_Bool (*)(XML_Parser, XML_Bool)>("XML_SetReparseDeferralEnabled");
+    XML_Parser parser = real(encoding, memory, separator);
+    if (parser != nullptr && set_deferral != nullptr && !keeps_deferral)
+        set_deferral(parser, XML_FALSE);
+    return parser;
+}
+#else
 XML_Bool XML_SetReparseDeferralEnabled(XML_Parser parser, XML_Bool enabled);
 
 XML_Bool XML_SetReparseDeferralEnabled(XML_Parser parser, XML_Bool enabled) {
     static const auto real = next_one<decltype(&XML_SetReparseDeferralEnabled)>(__func__);
+    times_switched_off += enabled == XML_FALSE ? 1 : 0;
     if (keeps_deferral || real == nullptr)
         return XML_FALSE;
     return real(parser, enabled);
 }
+#endif
 
 XML_Status XML_Parse(XML_Parser parser, const char *bytes, int size, int is_final) {
     static const auto real = next_one<decltype(&XML_Parse)>(__func__);
@@ -177,10 +198,15 @@ constexpr EncodingRow kEncodings[] = {
     {"utf-8, nothing", Coding::kUtf8, false, kNone, true},
     {"utf-8, mark", Coding::kUtf8, true, kNone, true},
     {"utf-8, version", Coding::kUtf8, false, kPlain, true},
+    {"utf-8, mark, version", Coding::kUtf8, true, kPlain, true},
     {"utf-8, declared", Coding::kUtf8, false, DECLARED(U"UTF-8"), true},
     {"utf-8, mark, declared", Coding::kUtf8, true, DECLARED(U"utf-8"), true},
     {"utf-8 declared as latin-1 is latin-1", Coding::kUtf8, false, DECLARED(U"ISO-8859-1"), true},
+    {"utf-8, mark, declared as latin-1", Coding::kUtf8, true, DECLARED(U"ISO-8859-1"), true},
     {"utf-8 declared as utf-16", Coding::kUtf8, false, DECLARED(U"UTF-16"), false},
+    {"utf-8 declared as utf-16le", Coding::kUtf8, false, DECLARED(U"UTF-16LE"), false},
+    {"utf-8 declared as utf-16be", Coding::kUtf8, false, DECLARED(U"UTF-16BE"), false},
+    {"utf-8, mark, declared as utf-16", Coding::kUtf8, true, DECLARED(U"UTF-16"), false},
     {"little, mark", Coding::kLittle, true, kNone, true},
     {"little, mark, version", Coding::kLittle, true, kPlain, true},
     {"little, mark, utf-16", Coding::kLittle, true, DECLARED(U"UTF-16"), true},
@@ -188,6 +214,10 @@ constexpr EncodingRow kEncodings[] = {
     {"little, mark, utf-16be", Coding::kLittle, true, DECLARED(U"UTF-16BE"), false},
     {"little, mark, utf-8", Coding::kLittle, true, DECLARED(U"UTF-8"), false},
     {"little, mark, latin-1", Coding::kLittle, true, DECLARED(U"ISO-8859-1"), false},
+    {"little, mark, latin-2", Coding::kLittle, true, DECLARED(U"ISO-8859-2"), false},
+    {"little, mark, unknown", Coding::kLittle, true, DECLARED(U"KOI8-R"), false},
+    {"little, utf-16be", Coding::kLittle, false, DECLARED(U"UTF-16BE"), false},
+    {"little, utf-8", Coding::kLittle, false, DECLARED(U"UTF-8"), false},
     {"little, nothing", Coding::kLittle, false, kNone, true},
     {"little, version", Coding::kLittle, false, kPlain, true},
     {"little, utf-16le", Coding::kLittle, false, DECLARED(U"UTF-16LE"), true},
@@ -197,16 +227,24 @@ constexpr EncodingRow kEncodings[] = {
     {"big, mark, utf-16", Coding::kBig, true, DECLARED(U"UTF-16"), true},
     {"big, mark, utf-16be", Coding::kBig, true, DECLARED(U"UTF-16BE"), true},
     {"big, mark, utf-16le", Coding::kBig, true, DECLARED(U"UTF-16LE"), false},
+    {"big, mark, utf-8", Coding::kBig, true, DECLARED(U"UTF-8"), false},
+    {"big, mark, latin-1", Coding::kBig, true, DECLARED(U"ISO-8859-1"), false},
+    {"big, mark, windows", Coding::kBig, true, DECLARED(U"Windows-1252"), false},
+    {"big, utf-16le", Coding::kBig, false, DECLARED(U"UTF-16LE"), false},
+    {"big, utf-16", Coding::kBig, false, DECLARED(U"UTF-16"), true},
     {"big, nothing", Coding::kBig, false, kNone, true},
     {"big, version", Coding::kBig, false, kPlain, true},
     {"big, utf-16be", Coding::kBig, false, DECLARED(U"UTF-16BE"), true},
     {"latin-1, declared", Coding::kLatin1, false, DECLARED(U"ISO-8859-1"), true},
+    {"latin-1, small", Coding::kLatin1, false, DECLARED(U"iso-8859-1"), true},
     {"latin-1, nothing: no utf-8", Coding::kLatin1, false, kNone, false},
     {"latin-1, version: no utf-8", Coding::kLatin1, false, kPlain, false},
     {"latin-2, declared", Coding::kLatin2, false, DECLARED(U"ISO-8859-2"), true},
     {"latin-2, small", Coding::kLatin2, false, DECLARED(U"iso-8859-2"), true},
     {"windows, declared", Coding::kWindows, false, DECLARED(U"Windows-1252"), true},
     {"windows, capitals", Coding::kWindows, false, DECLARED(U"WINDOWS-1252"), true},
+    {"latin-2, undeclared: no utf-8", Coding::kLatin2, false, kPlain, false},
+    {"windows, undeclared: no utf-8", Coding::kWindows, false, kNone, false},
     {"unknown", Coding::kUtf8, false, DECLARED(U"KOI8-R"), false},
 };
 
@@ -253,6 +291,17 @@ TEST_F(Feeding, EveryEncodingGivesTheSameTreeHoweverItIsRead) {
     }
 }
 
+TEST_F(Feeding, DeferralIsSwitchedOffWhereThereIsASwitch) {
+    times_switched_off = 0;
+    expat_destroy_parser(expat_create_parser(kUsual));
+#ifdef TESTS_WITHOUT_DEFERRAL
+    EXPECT_EQ(&XML_SetReparseDeferralEnabled, nullptr);
+    EXPECT_EQ(times_switched_off, 0);
+#else
+    EXPECT_EQ(times_switched_off, 1);
+#endif
+}
+
 TEST_F(Feeding, DeferralThatCannotBeSwitchedOffChangesNoTree) {
     const std::string bytes = encode(body(letters(Coding::kUtf8)), Coding::kUtf8);
     const std::string expected = read_whole(bytes);
@@ -291,6 +340,31 @@ TEST_F(Feeding, RecordsAreTheChildrenOfTheTopElement) {
         EXPECT_EQ(told_error(), "8");
         EXPECT_EQ(records, expected);
         ZxmlParser_release(parser);
+    }
+}
+
+// Behind a record the other loops go on with what is there.
+TEST_F(Feeding, TheLoopsMayBeMixed) {
+    const std::string bytes = encode(body(letters(Coding::kUtf8)), Coding::kUtf8);
+    const std::string expected = read_whole(bytes);
+    for (const size_t most : kReads) {
+        for (const bool to_end : {false, true}) {
+            SCOPED_TRACE(std::to_string(most) + (to_end ? ", to the end" : ", both in turn"));
+            const ZHandle parser = open_document(bytes, Source::kFile, most, kUsual);
+            ZxmlExpatState *state = *static_cast<ZxmlExpatState **>(H_lock(parser));
+            for (int record = 0; record < 20; record++) {
+                ASSERT_EQ(ZxmlParser_parse_record(parser), 1) << told_error();
+                for (int i = 0; !to_end && i < record % 3; i++)
+                    parse_to_next_greaterthan(state, &the_file);
+            }
+            if (to_end)
+                parse_to_end_of_file(state, &the_file);
+            while (ZxmlParser_parse_record(parser) != 0) {
+            }
+            EXPECT_EQ(told_error(), "8");
+            EXPECT_EQ(print_tree(ZxmlParser_top_element(parser)), expected);
+            ZxmlParser_release(parser);
+        }
     }
 }
 
@@ -385,6 +459,8 @@ constexpr LongRow kLongTokens[] = {
     {"tag", "<d><r", ' ', "/></d>"},
     {"plain comment", "<d><r><!--", 'x', "--></r></d>"},
     {"name", "<d><", 'x', "/></d>"},
+    {"reference", "<d><r>&#", '0', "65;</r></d>"},
+    {"reference in the subset", "<!DOCTYPE d [%", 'x', ";]><d><r/></d>"},
 };
 
 uint64_t cost(const LongRow &row, size_t length, size_t most, bool by_record) {
@@ -402,7 +478,7 @@ TEST_F(Feeding, LongTokensCostInProportion) {
     };
     for (const LongRow &row : kLongTokens) {
         for (const bool by_record : {false, true}) {
-            for (const Size &size : {Size{1 << 19, 32000}, Size{1 << 18, 7}}) {
+            for (const Size &size : {Size{1 << 19, 32000}, Size{1 << 18, 7}, Size{1 << 18, 1}}) {
                 for (const bool has_deferral : {false, true}) {
                     SCOPED_TRACE(std::string(row.name) + (by_record ? " by record " : " whole ") +
                                  std::to_string(size.most));

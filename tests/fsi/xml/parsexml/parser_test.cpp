@@ -112,6 +112,7 @@ TEST_F(Parser, AFileThatIsToBeDeletedIsDeletedAtRelease) {
     EXPECT_EQ(the_file.removed, 0);
     ZxmlParser_release(parser);
     EXPECT_EQ(the_file.removed, 1);
+    EXPECT_EQ(the_file.closed_at_removal, 0);
     EXPECT_EQ(the_file.closed, 1);
 }
 
@@ -222,8 +223,10 @@ TEST_F(Parser, EachParserTellsItsOwnErrorAgain) {
     const ZHandle two = open_file("<a>&no;</a>", kUsual);
     EXPECT_EQ(ZxmlParser_parse_record(two), 0);
     EXPECT_EQ(told_error(), "19 5 11 undefined entity");
+    EXPECT_EQ(fsi::xml::expat_place.column, 4U);
     EXPECT_EQ(ZxmlParser_parse_record(one), 0);
     EXPECT_EQ(told_error(), "19 5 7 mismatched tag");
+    EXPECT_EQ(fsi::xml::expat_place.column, 9U);
     ZxmlParser_release(one);
     ZxmlParser_release(two);
 }
@@ -361,6 +364,9 @@ TEST_F(Parser, HandlesAndTheirElements) {
     EXPECT_EQ(xml_scratchlen, 0);
     EXPECT_EQ(ZxmlElem_set_value(loose, "other", 5), 1);
     EXPECT_EQ(value_of(loose), "other");
+    // One that was never there takes nothing.
+    EXPECT_EQ(ZxmlParser_new("missing.xml", kUsual, 0), 0U);
+    EXPECT_NE(xml_scratch, nullptr);
     ZxmlElem_delete(loose);
     const ZHandle again = open_file("<a/>", kUsual);
     EXPECT_EQ(ZxmlParser_is_parser(again), 1);
