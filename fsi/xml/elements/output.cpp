@@ -56,21 +56,29 @@ struct Character {
     size_t size;  // 1 for a byte that begins no character
 };
 
+// As the host does: neither longer forms than needed, nor halves of surrogate pairs, nor
+// numbers past the last code point are characters.
 Character decode(std::string_view text) {
     const auto byte = [&](size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
     };
     const auto is_trail = [&](size_t i) { return (byte(i) & 0xC0) == 0x80; };
     const unsigned first = byte(0);
-    if (first >= 0xC2 && first < 0xE0 && is_trail(1))
-        return {(first & 0x1F) << 6 | (byte(1) & 0x3F), 2};
-    if (first >= 0xE0 && first < 0xF0 && is_trail(1) && is_trail(2))
-        return {(first & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F), 3};
-    if (first >= 0xF0 && first < 0xF5 && is_trail(1) && is_trail(2) && is_trail(3))
-        return {(first & 0x07) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 |
-                    (byte(3) & 0x3F),
-                4};
-    return {first, 1};
+    Character character{first, 1};
+    if (first >= 0xC2 && first < 0xE0 && is_trail(1)) {
+        character = {(first & 0x1F) << 6 | (byte(1) & 0x3F), 2};
+    } else if (first >= 0xE0 && first < 0xF0 && is_trail(1) && is_trail(2)) {
+        character = {(first & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F), 3};
+        if (character.code_point < 0x800 || character.code_point >> 11 == 0xD800 >> 11)
+            return {first, 1};
+    } else if (first >= 0xF0 && first < 0xF5 && is_trail(1) && is_trail(2) && is_trail(3)) {
+        character = {(first & 0x07) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 |
+                         (byte(3) & 0x3F),
+                     4};
+        if (character.code_point < 0x10000 || character.code_point > 0x10FFFF)
+            return {first, 1};
+    }
+    return character;
 }
 
 // Whether eight bytes of text hold one below 0x20 or a markup character; with

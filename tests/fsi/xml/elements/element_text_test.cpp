@@ -211,6 +211,8 @@ TEST(Comparisons, RowByRow) {
         {"abc", "ABC", 0, -1, 1},
         {"abc", "ABC", 1, -1, 0},
         {"ABC", "abc", 255, -1, 0},
+        {"AZaz", "azAZ", 1, -1, 0},
+        {"@[`{", "`{@[", 1, -1, -1},
         {"abc", "ABD", 1, -1, -1},
         {"abc", "abX", 0, 2, 0},
         {"abc", "abX", 0, 3, 1},

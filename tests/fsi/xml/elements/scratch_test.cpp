@@ -39,6 +39,12 @@ TEST_F(Scratch, GrowsToExactlyWhatIsAskedAndNeverShrinks) {
         EXPECT_EQ(xml_scratchlen, row.expected);
         xml_scratch[xml_scratchlen - 1] = 'x';
     }
+    // Only one that is longer than what is asked for stays as it is.
+    ZMemoryRefuse(1, -1);
+    EXPECT_EQ(validate_scratch(100), 1);
+    EXPECT_EQ(validate_scratch(101), 0);
+    ZMemoryRefuse(0, 0);
+    EXPECT_EQ(xml_scratch, nullptr);
 }
 
 TEST_F(Scratch, OfNoBytesIsNever) {

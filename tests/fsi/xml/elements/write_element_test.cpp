@@ -149,6 +149,57 @@ TEST(WritePiece, CharactersBeyondAscii) {
     }
 }
 
+// Bytes that begin no character of UTF-8 stand for themselves, wherever they are found.
+TEST(WritePiece, BytesThatAreNoCharacter) {
+    struct Row {
+        const char *name;
+        const char *text;
+        bool is_character;
+    };
+    constexpr Row kRows[] = {
+        {"a trail", "\x80", false},
+        {"two bytes for ASCII", "\xC1\xBF", false},
+        {"the first of two", "\xC2\x80", true},
+        {"the last of two", "\xDF\xBF", true},
+        {"half of two", "\xDF", false},
+        {"three bytes for what takes two", "\xE0\x9F\xBF", false},
+        {"the first of three", "\xE0\xA0\x80", true},
+        {"before the surrogates", "\xED\x9F\xBF", true},
+        {"the first surrogate", "\xED\xA0\x80", false},
+        {"the last surrogate", "\xED\xBF\xBF", false},
+        {"behind the surrogates", "\xEE\x80\x80", true},
+        {"the last of three", "\xEF\xBF\xBF", true},
+        {"two thirds", "\xEF\xBF", false},
+        {"four bytes for what takes three", "\xF0\x8F\xBF\xBF", false},
+        {"the first of four", "\xF0\x90\x80\x80", true},
+        {"the last of all", "\xF4\x8F\xBF\xBF", true},
+        {"past the last", "\xF4\x90\x80\x80", false},
+        {"past the last by its first byte", "\xF5\x80\x80\x80", false},
+        {"three quarters", "\xF4\x8F\xBF", false},
+    };
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(row.name);
+        const std::string text = row.text;
+        EXPECT_EQ(ZCPByteInc(row.text, 2) > 1, row.is_character);
+        std::string references;
+        for (const char c : text) {
+            char reference[16];
+            std::snprintf(reference, sizeof reference, "&#x%02x;", static_cast<unsigned char>(c));
+            references += reference;
+        }
+        EXPECT_EQ(piece(text, 0, 1), row.is_character ? text : references);
+        EXPECT_EQ(piece(text, 2, 1), text);
+        // A reference is to a whole character alone.
+        const std::string latin = piece(text, 7, 1);
+        if (!row.is_character)
+            EXPECT_EQ(latin, text);
+        else if (text.size() > 2 || text == "\xDF\xBF")
+            EXPECT_EQ(latin.substr(0, 3), "&#x");
+        else
+            EXPECT_EQ(latin, "\x80");
+    }
+}
+
 TEST(WritePiece, CodePageOfTheText) {
     struct Row {
         int32_t code_page;
@@ -267,14 +318,20 @@ TEST(WritePiece, CountsWhatTheTargetTook) {
 
 TEST(WritePiece, NothingIsWrittenOfNoText) {
     const ZxmlTextPiece none{nullptr, 5, 2};
-    const ZxmlTextPiece terminated{"abc", -1, 2};
+    const ZxmlTextPiece terminated{"abc ", -1, 2};
     EXPECT_EQ(written([](void *to) { return ZxmlElem_write_with_encoding(to, 2, nullptr, 0); }),
               "");
     EXPECT_EQ(written([&](void *to) { return ZxmlElem_write_with_encoding(to, 2, &none, 1); }), "");
     EXPECT_EQ(written([](void *to) { return ZxmlElem_write_ascii(to, 2, nullptr, 0); }), "");
     EXPECT_EQ(
         written([&](void *to) { return ZxmlElem_write_with_encoding(to, 2, &terminated, 0); }),
-        "abc");
+        "abc ");
+    for (const int32_t length : {-1, -2, INT32_MIN}) {
+        const ZxmlTextPiece trimmed{" abc ", length, 2};
+        EXPECT_EQ(
+            written([&](void *to) { return ZxmlElem_write_with_encoding(to, 2, &trimmed, 3); }),
+            "abc");
+    }
 }
 
 // --- terminated texts and newlines
