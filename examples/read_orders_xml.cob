@@ -21,7 +21,7 @@ copy "wbfsi-xml.cpy".
 
 *> Handles are signed: RETURNING drops the sign on its way to an unsigned item.
 01  parser                  binary-long.
-01  orders                   binary-long.
+01  orders                  binary-long.
 01  order-record            binary-long.
 01  order-line              binary-long.
 01  delivery                binary-long.
@@ -101,8 +101,7 @@ linkage section.
 01  system-error            binary-long.
 01  message-pointer         usage pointer.
 01  c-text                  pic x(80).
-01  expat-state.
-    05  expat-parser        usage pointer.
+copy "wbfsi-xml-records.cpy".
 
 procedure division.
 main-line.
@@ -118,7 +117,7 @@ main-line.
     perform open-document
     if parser not = 0
         perform look-at-top
-        perform read-record until order-record = 0
+        perform read-record with test after until order-record = 0
         if exit-code < 2
             perform show-totals
         end-if
@@ -129,8 +128,8 @@ main-line.
     stop run.
 
 start-library.
-    *> Values come whole, with the blanks around them: without them, a blank in front
-    *> of a reference such as "&amp;" would be lost.
+    *> INPUT keeps the blanks around values: else those in front of a reference, such as
+    *> "&amp;", would be lost, too.
     call "fsi_init_cfg" returning result
     call "ZCSetValueString" using by reference z"XML_KEEP_WHITESPACE" z"INPUT"
         returning result
@@ -164,7 +163,6 @@ look-at-top.
     move "currency" to wanted
     perform fetch-attribute
     move text-area to currency-code
-    move orders to order-record
     call "ZxmlElem_attribute_count" using by value orders returning attribute-count
     perform varying attribute-number from 0 by 1 until attribute-number >= attribute-count
         call "ZxmlElem_attribute_value_compare" using by value orders attribute-number
@@ -523,10 +521,9 @@ find-place.
         if stream not = null
             call "parse_to_end_of_file" using by value state-address stream returning omitted
             if file-error = FILE-ERROR-XML
-                set address of expat-state to state-address
-                call "XML_GetCurrentLineNumber" using by value expat-parser returning at-line
-                call "XML_GetCurrentColumnNumber" using by value expat-parser
-                    returning at-column
+                set address of zxml-expat-state to state-address
+                call "XML_GetCurrentLineNumber" using by value xs-parser returning at-line
+                call "XML_GetCurrentColumnNumber" using by value xs-parser returning at-column
                 add 1 to at-column
             end-if
             call "os_fclose" using by value stream returning result

@@ -10,7 +10,7 @@
   * the program of the page prints what the page says;
   * xml_calls.cob makes all calls of the page and finds their results right;
   * every constant of the copybook has the value of the header's, and none of them is
-    missing.
+    missing; the items of its records stand where the members of the C records do.
 
 CC is the C compiler with its flags in one argument.
 """
@@ -249,31 +249,72 @@ def check_copybook(build, compiler):
     for name, value in FILE_ERRORS.items():
         expect(constants.get(name) == value, f"{name} is {constants.get(name)}, not {value}")
 
-    rows = "".join(f'    check("{name}", {COBOL_ONLY.get(name, name)}, {value});\n'
-                   for name, value in constants.items() if name not in FILE_ERRORS)
-    source = build.folder / "copybook.c"
-    source.write_text("""#include <host/host.h>
-#include <stdio.h>
-#include <wbfsi/wbfsi.h>
-static int failed;
-static void check(const char *name, int in_header, int in_copybook) {
-    if (in_header == in_copybook)
-        return;
-    printf("%s is %d in the copybook and %d in C\\n", name, in_copybook, in_header);
-    failed = 1;
-}
-int main(void) {
-""" + rows + "    return failed;\n}\n", encoding="utf-8")
-    program = build.folder / "copybook"
+    values = [(name, value) for name, value in constants.items() if name not in FILE_ERRORS]
+    statements = "".join(f'    printf("%d\\n", {COBOL_ONLY.get(name, name)});\n' for name, _ in values)
+    in_c = c_lines(build, compiler, "constants", statements)
+    expect(len(in_c) == len(values), f"{len(in_c)} constants in C, {len(values)} in the copybook")
+    for (name, value), line in zip(values, in_c):
+        expect(value == int(line), f"{name} is {value} in the copybook and {line} in C")
+
+
+def c_lines(build, compiler, name, statements):
+    """What a C program with these statements prints."""
+    source = build.folder / f"{name}.c"
+    source.write_text("#include <host/host.h>\n#include <stddef.h>\n#include <stdio.h>\n#include <wbfsi/wbfsi.h>\n"
+                      "int main(void) {\n" + statements + "    return 0;\n}\n", encoding="utf-8")
+    program = build.folder / name
     subprocess.run([*compiler.split(), f"-I{TOP}", f"-I{TOP / 'include'}", "-o", program, source,
                     f"-L{build.libraries}", "-lwbhost"], check=True)
     code, output, errors = build.run(program)
-    expect(code == 0, f"the copybook: {output.decode()}{errors.decode()}")
+    expect((code, errors) == (0, b""), f"{name} ended with {code}: {errors.decode()}")
+    return output.decode().splitlines()
+
+
+def check_records(build, compiler):
+    """Each item's offset, found by COBOL and by C."""
+    copybook = (TOP / "examples/wbfsi-xml-records.cpy").read_text(encoding="utf-8")
+    records = {"zxml-expat-state": "ZxmlExpatState", "zxml-hash-node": "ZxmlHashNode", "zxml-text-piece": "ZxmlTextPiece"}
+    members = []
+    for level, name in re.findall(r"^ *(\d\d)  ([\w-]+)", copybook, flags=re.MULTILINE):
+        if level == "01":
+            record = name
+        else:
+            members.append((record, name))
+    expect({record for record, _ in members} == set(records), "the copybook has other records")
+
+    lines = ["identification division.", "program-id. offsets.", "data division.", "working-storage section.",
+             'copy "wbfsi-xml-records.cpy".', "01  start-at usage pointer.", "01  start-number redefines start-at binary-c-long unsigned.",
+             "01  item-at usage pointer.", "01  item-number redefines item-at binary-c-long unsigned.", "01  shown pic z(5)9.",
+             "procedure division.", "main-line."]
+    for record, name in members:
+        lines += [f"    set start-at to address of {record}", f"    set item-at to address of {name}",
+                  "    subtract start-number from item-number giving shown",
+                  f'    display "{name} " function trim(shown) " " length of {name}']
+    source = build.folder / "offsets.cob"
+    source.write_text("\n".join(lines) + "\n    move 0 to return-code\n    stop run.\n", encoding="utf-8")
+    code, output, errors = build.run(build.compile(source))
+    expect((code, errors) == (0, b""), f"offsets ended with {code}: {errors}")
+    statements = ""
+    for record, name in members:
+        member = name.partition("-")[2].replace("-", "_")
+        statements += (f'    printf("{name} %zu %zu\\n", offsetof({records[record]}, {member}), '
+                       f"sizeof((({records[record]} *)0)->{member}));\n")
+    in_cobol, in_c = output.decode().splitlines(), c_lines(build, compiler, "offsets_in_c", statements)
+    expect(len(in_c) == len(members) > 20, f"{len(in_c)} offsets")
+    for left, right in zip(in_cobol, in_c):
+        name, offset, size = left.split()
+        expect(right == f"{name} {offset} {int(size)}", f"the copybook has {left}, C {right}")
+    expect(len(in_cobol) == len(in_c), f"{len(in_cobol)} items, {len(in_c)} members")
+    for record, c_record in records.items():
+        named = [name.partition("-")[2].replace("-", "_") for of, name in members if of == record]
+        body = re.search(r"typedef struct " + c_record + r" \{(.*?)\}", "".join(map(header_text, HEADERS)), flags=re.DOTALL).group(1)
+        expect(named == re.findall(r"(\w+);", body), f"{record} has {named}, not all members of {c_record} in order")
 
 
 def main(compiler, *arguments):
     build = Build(*arguments)
     check_copybook(build, compiler)
+    check_records(build, compiler)
     check_page(build)
     for failure in failures:
         print(failure)

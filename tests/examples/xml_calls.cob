@@ -49,9 +49,7 @@ copy "wbfsi-xml.cpy".
 
 linkage section.
 01  c-text              pic x(2000).
-01  hash-node.
-    05  node-name       usage pointer.
-    05  node-element    binary-long.
+copy "wbfsi-xml-records.cpy".
 
 procedure division.
 main-line.
@@ -527,8 +525,8 @@ check-reading.
     move "ZxmlParser_get_hash" to what
     perform expect-not-null
     if text-address not = null
-        set address of hash-node to text-address
-        call "ZxmlElem_name" using by value node-element by reference buffer
+        set address of zxml-hash-node to text-address
+        call "ZxmlElem_name" using by value xn-element by reference buffer
             by value buffer-size returning text-length
         move "PEN_NAME" to wanted-text
         perform expect-text
@@ -549,7 +547,25 @@ check-feeding.
     *> On the error output.
     call "dump_parser" using by value state returning omitted
     call "expat_destroy_parser" using by value state returning omitted
-    call "os_fclose" using by value stream returning result.
+    call "os_fclose" using by value stream returning result
+
+    *> From memory: the bytes between position and end, and no file.
+    move "<list><pen>5</pen></list>" to document
+    call "expat_create_parser" using by value ZXML-ELEMENTS returning state
+    set address of zxml-expat-state to state
+    set xs-position to address of document
+    set xs-end to address of document(26:1)
+    set stream to null
+    call "parse_to_end_of_file" using by value state stream returning omitted
+    move "parse_to_end_of_file from memory" to what
+    move FILE-ERROR-END to wanted
+    perform expect-file-error
+    call "ZxmlElem_first_child" using by value xs-top-element returning element
+    call "ZxmlElem_name" using by value element by reference buffer
+        by value buffer-size returning text-length
+    move "pen" to wanted-text
+    perform expect-text
+    call "expat_destroy_parser" using by value state returning omitted.
 
 check-bad-handles.
     call "ZxmlElem_value_i" using by value bad-handle returning result
