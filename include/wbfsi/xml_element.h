@@ -186,7 +186,7 @@ WBFSI_API extern int32_t xml_scratchlen;
 
 /* Leaves a buffer that is longer than n bytes as it is, and makes any other exactly n
  * bytes long.  1; 0 when memory is refused, and the buffer is gone then, and always for
- * n = 0, which leaves it. */
+ * n of 0 and less, which leaves it. */
 WBFSI_API int validate_scratch(int32_t n);
 
 WBFSI_END

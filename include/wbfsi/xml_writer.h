@@ -48,7 +48,7 @@ WBFSI_BEGIN
  *                  from UTF-8; others write the bytes as they are: -1, 0 and 2 up to the
  *                  first zero byte, 1, 4, 6 and numbers that are no type all of them
  *   piece          null, or one without a text, is empty; a negative length: up to the
- *                  zero byte
+ *                  zero byte; the text does not lie in `target`
  *   flags          ZXML_...; escaped text ends at a zero byte.  Without ZXML_ESCAPE a
  *                  character that type 7 does not have becomes "?", with it a reference;
  *                  type 0 writes bytes from 127 on that are no character of several as
