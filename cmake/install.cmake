@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: MIT
 #
 # What `cmake --install` lays down: both libraries, the tool with its error map,
-# public headers, man pages, and the files by which pkg-config and CMake find them.
+# public headers and copybooks, man pages, and the files by which pkg-config and CMake find them.
 
 include(CMakePackageConfigHelpers)
 
 install(TARGETS wbfsi2 wbhost EXPORT wbfsi-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/wbfsi host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(FILES examples/wbfsi-xml.cpy examples/wbfsi-xml-records.cpy DESTINATION ${CMAKE_INSTALL_DATADIR}/wbfsi)
 
 if(TARGET wbfsi)
   # The tool finds the libraries beside it, wherever the prefix is moved.

@@ -128,8 +128,8 @@ main-line.
     stop run.
 
 start-library.
-    *> INPUT keeps the blanks around values: else those in front of a reference, such as
-    *> "&amp;", would be lost, too.
+    *> INPUT keeps the blanks around values: else those in front of the first reference,
+    *> such as "&amp;", would be lost, too.
     call "fsi_init_cfg" returning result
     call "ZCSetValueString" using by reference z"XML_KEEP_WHITESPACE" z"INPUT"
         returning result

@@ -24,7 +24,8 @@ work=$prefix/there
 mkdir -p "$work/src"
 for file in lib/libwbfsi2.so.3 lib/libwbhost.so.1 bin/wbfsi include/wbfsi/wbfsi.h \
     include/host/host.h lib/pkgconfig/wbfsi.pc lib/cmake/wbfsi/wbfsi-config.cmake \
-    share/man/man1/wbfsi.1 share/wbfsi/sqlite.errmap; do
+    share/man/man1/wbfsi.1 share/wbfsi/sqlite.errmap share/wbfsi/wbfsi-xml.cpy \
+    share/wbfsi/wbfsi-xml-records.cpy; do
     [ -e "$prefix/$file" ] || fail "$file is not installed"
 done
 
