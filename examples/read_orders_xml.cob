@@ -178,9 +178,9 @@ look-at-top.
 
 fetch-prefix.
     perform fetch-attribute-name
-    if text-length - 5 > length of prefix
+    if text-length < 7 or text-length - 5 > length of prefix
         display "read_orders_xml: " function trim(file-name)
-            ": the prefix is too long: " function trim(text-area) upon syserr
+            ": not a prefix of up to 63 characters: " function trim(text-area) upon syserr
         move 1 to exit-code
     else
         compute prefix-length = text-length - 5

@@ -8,6 +8,7 @@ Expected texts are worked out from the documents; the totals of the long one are
 counted by its generator.
 """
 
+import errno
 import sys
 
 sys.dont_write_bytecode = True
@@ -129,6 +130,16 @@ READ = [
      "cut.xml: not read to its end, orders read: 1\n    line 4, column 1: no element found (XML error 3)\n", 2),
     ("entity.xml", (FIRST + "<order>&none;</order></orders>").encode("utf-16"), FIRST_SHOWN,
      "entity.xml: not read to its end, orders read: 1\n    line 4, column 8: undefined entity (XML error 11)\n", 2),
+    # Two elements of one name on each level: an array of more than a thousand dimensions.
+    ("deep.xml", b"<orders><order>" + b"<a/><a>" * 1002 + b"</a>" * 1002 + b"</order></orders>", "",
+     "deep.xml: not read to its end, orders read: 0\n"
+     "    no memory, or more of it asked for than the file is worth\n", 2),
+    ("prefix.xml", b"<orders xmlns:='urn:example:orders'/>", "0 orders, 0 lines, 0.00\n",
+     "prefix.xml: not a prefix of up to 63 characters: xmlns:\n", 1),
+    ("long_prefix.xml", f"<{'p' * 63}:orders xmlns:{'p' * 63}='urn:example:orders'><{'p' * 63}:order number='9' date='2024-01-01'>"
+     f"<{'p' * 63}:customer>A</{'p' * 63}:customer></{'p' * 63}:order></{'p' * 63}:orders>".encode(),
+     "order 9           2024-01-01          A\n"
+     "      total                                                               0.00\n1 orders, 0 lines, 0.00\n", "", 0),
     ("encoding.xml", b"<?xml version='1.0' encoding='x-none'?><orders/>", "",
      "encoding.xml: Invalid XML file or other parsing error (4)\n"
      "    line 1, column 31: unknown encoding (XML error 18)\n", 2),
@@ -226,7 +237,7 @@ def check_reading(build, program, static):
 
 
 def check_ways(build, program):
-    """Standard input, a character set of the program's own, no argument, a directory."""
+    """Standard input, a character set of the program's own, and what cannot be read."""
     document = (build.folder / "latin1.xml").read_bytes()
     expect("standard input", build.run(program, "-", stdin=document), (0, ORDERS_SHOWN.encode("latin-1"), b""))
     expect("text in UTF-8", build.run(program, "latin1.xml", settings=[("COBOL_CODE_PAGE", "65001")]),
@@ -236,6 +247,10 @@ def check_ways(build, program):
             b"      total                                                               0.00\n",
             said("read_orders_xml", "-: order ?: no number\n-: order ?: no date\n-: order ?: no customer\n"
                  "-: not read to its end, orders read: 1\n    mismatched tag (XML error 7)\n")))
+    # Nobody has memory at address 0.
+    expect("a file that cannot be read", build.run(program, "/proc/self/mem"),
+           (2, b"", said("read_orders_xml", "/proc/self/mem: Invalid XML file or other parsing error (4)\n"
+                         f"    error {errno.EIO} of the system\n")))
     expect("no argument", build.run(program), (2, b"", b"usage: read_orders_xml FILE\n"))
     (build.folder / "folder.xml").mkdir(exist_ok=True)
     expect("a directory", build.run(program, "folder.xml"),
