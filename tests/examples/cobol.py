@@ -20,7 +20,7 @@ class Build:
         self.folder.mkdir(parents=True, exist_ok=True)
 
     def compile(self, source, static=True):
-        """The program of a source; the sanitizers find no fault with the run-time of COBOL."""
+        """The program of a source; without `static` it finds the libraries when it runs."""
         program = self.folder / (source.stem if static else source.stem + "_dynamic")
         command = [self.compiler, "-x", "-free", "-Wall", "-Werror", "-I", TOP / "examples", "-o", program, source]
         if static:
@@ -32,7 +32,8 @@ class Build:
         return program
 
     def run(self, program, *arguments, static=True, stdin=b"", settings=()):
-        """(exit code, standard output, error output), in the folder of the programs."""
+        """(exit code, standard output, error output), run in the folder of the programs.  Leaks
+        are not looked for: the run-time of COBOL ends with memory in hand."""
         environment = {key: os.environ[key] for key in ("PATH", "HOME", "TMPDIR") if key in os.environ}
         environment.update(LC_ALL="C", LD_LIBRARY_PATH=self.libraries, **dict(settings))
         if not static:
