@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/charset.h"
+#include "host/memory.h"
 #include "tests/fsi/xml/elements/element_fixture.h"
 #include "wbfsi/xml_element.h"
 
@@ -360,7 +361,9 @@ TEST(Comments, AreJoinedAndDeletedTogether) {
     EXPECT_EQ(ZxmlElem_append_comment(top, " two ", 4), 1);
     EXPECT_EQ(ZxmlElem_append_comment(top, "\xE9", 1), 1);
     EXPECT_EQ(elements::comment(top), "one two\xE9");
+    EXPECT_EQ(ZMemoryBlocks("XML comments"), 1U);
     EXPECT_EQ(ZxmlElem_delete_comment(top), 1);
+    EXPECT_EQ(ZMemoryBlocks("XML comments"), 0U);
     EXPECT_EQ(elements::comment(top), kAbsent);
     EXPECT_EQ(ZxmlElem_append_comment(top, "", 0), 1);
     EXPECT_EQ(elements::comment(top), "") << "there is one now";

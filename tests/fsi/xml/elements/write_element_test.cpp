@@ -149,6 +149,29 @@ TEST(WritePiece, CharactersBeyondAscii) {
     }
 }
 
+// Long texts are looked through many bytes at a time, short ones byte by byte: both find
+// the same, wherever it stands and whatever stands beside it.
+TEST(WritePiece, LongTextsAreEscapedAsShortOnesAre) {
+    std::string beside = "\x01\x1F !\"#%&'(;<=>?@`\x7E\x7F\x80\x81\xA0\xBF\xC2\xE0\xFE\xFF";
+    for (const int32_t type : {0, 2, 7}) {
+        for (int c = 1; c < 256; c++) {
+            SCOPED_TRACE(testing::Message() << "type " << type << ", byte " << c);
+            for (const char d : beside) {
+                const std::string pair = {static_cast<char>(c), d};
+                EXPECT_EQ(piece("aaaaa" + pair + "aaaaaaaaa", type, 1),
+                          "aaaaa" + piece(pair, type, 1) + "aaaaaaaaa");
+            }
+            const std::string alone(1, static_cast<char>(c));
+            const std::string expected = piece(alone, type, 1);
+            for (size_t at = 0; at <= 24; at++) {
+                const std::string before(at, 'z');
+                const std::string behind(24 - at, ' ');
+                EXPECT_EQ(piece(before + alone + behind, type, 1), before + expected + behind);
+            }
+        }
+    }
+}
+
 // Bytes that begin no character of UTF-8 stand for themselves, wherever they are found.
 TEST(WritePiece, BytesThatAreNoCharacter) {
     struct Row {
