@@ -62,7 +62,8 @@ WBFSI_BEGIN
 
 /* A new element.
  *   parent  the element it becomes a child of; 0, or any bad handle: a top-level
- *           element, which sets error 6 although it succeeds
+ *           element, which sets error 6 although it succeeds; of a bad handle
+ *           ZxmlElem_parent gives the number back
  *   before  the child of the parent that it is put in front of; 0, 0xFFFFFFFF and
  *           a handle that is no child of it: behind the last
  * A null name is empty.  Returns the handle, the caller's or its ancestors' to
