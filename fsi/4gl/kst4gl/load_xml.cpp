@@ -203,7 +203,7 @@ LoadStatus allocate_keys(Load &load) {
 LoadStatus load_identification(Load &load, ZHandle section) {
     load.xfd->x_file_type = XFD_INDEXED;
     XmlValues values(section);
-    load.xfd->x_version = values.number<uint16_t>(XMLXFD_VERSION);
+    load.xfd->x_version = values.number_or<uint16_t>(XMLXFD_VERSION, 0);
     LoadStatus status = values.status();
     for (const ZHandle child : XmlChildren(section)) {
         if (status != LoadStatus::kDone)
@@ -237,7 +237,7 @@ LoadStatus load_segments(XfdKey &key, ZHandle segments) {
 
 LoadStatus load_key_columns(XfdKey &key, ZHandle columns) {
     XmlValues values(columns);
-    const auto count = values.number<uint16_t>(XMLXFD_KEY_COLUMN_COUNT);
+    const auto count = values.number_or<uint16_t>(XMLXFD_KEY_COLUMN_COUNT, 0);
     if (values.status() != LoadStatus::kDone)
         return values.status();
     if (count != 0) {
@@ -266,7 +266,7 @@ LoadStatus load_key_columns(XfdKey &key, ZHandle columns) {
 
 LoadStatus load_key(XfdKey &key, ZHandle element) {
     XmlValues values(element);
-    key.k_seg_count = values.number<uint16_t>(XMLXFD_SEGMENT_COUNT, XFD_MAX_SEGMENTS);
+    key.k_seg_count = values.number_or<uint16_t>(XMLXFD_SEGMENT_COUNT, 0, XFD_MAX_SEGMENTS);
     char duplicates[10];
     values.text(XMLXFD_DUPLICATES_ALLOWED, duplicates);
     key.k_duplicates = strcmp(duplicates, "true") == 0;
@@ -291,12 +291,12 @@ LoadStatus load_key(XfdKey &key, ZHandle element) {
     return status == LoadStatus::kDone && columns != 0 ? load_key_columns(key, columns) : status;
 }
 
-LoadStatus load_keys(Load &load, const Sections &sections) {
+LoadStatus load_keys(Load &load, ZHandle section) {
     Xfd *xfd = load.xfd;
     // The synthetic key of a relative file is none of the declared ones.
     const uint32_t declared = load.wants_relative_key() ? 0 : xfd->x_n_keys;
     uint32_t count = 0;
-    for (const ZHandle child : XmlChildren(sections.keys)) {
+    for (const ZHandle child : XmlChildren(section)) {
         if (!is_element(child, XMLXFD_KEY))
             continue;
         reader.element = child;
@@ -306,7 +306,7 @@ LoadStatus load_keys(Load &load, const Sections &sections) {
         if (status != LoadStatus::kDone)
             return status;
     }
-    reader.element = sections.keys != 0 ? sections.keys : sections.identification;
+    reader.element = section;
     return count == declared
                ? LoadStatus::kDone
                : refuse("the file declares %u keys, %u are described", declared, count);
@@ -320,7 +320,15 @@ std::string_view unquoted(std::string_view value) {
     return value;
 }
 
-// The parts of a condition that stand in elements of their own.
+// As the number of any condition, up to 65535: all 16 bits count.
+LoadStatus read_operand(ZHandle item, int16_t *operand) {
+    XmlValues values(item);
+    *operand = static_cast<int16_t>(values.own_number<uint16_t>());
+    return values.status();
+}
+
+// The parts of a condition that stand in elements of their own.  An operand that is
+// left out is 0, no condition.
 class ConditionReader {
  public:
     ConditionReader(XfdCondition &condition, ZHandle element)
@@ -334,13 +342,10 @@ class ConditionReader {
  private:
     LoadStatus read_item(ZHandle item);
     LoadStatus read_comparison(ZHandle item);
-    LoadStatus read_operand(ZHandle item, int16_t *operand, bool *is_present);
 
     XfdCondition &condition_;
     const ZHandle element_;
     bool is_unknown_ = false;
-    bool has_first_ = false;
-    bool has_second_ = false;
 };
 
 LoadStatus ConditionReader::read() {
@@ -348,11 +353,6 @@ LoadStatus ConditionReader::read() {
         const LoadStatus status = read_item(item);
         if (status != LoadStatus::kDone)
             return status;
-    }
-    const bool is_joined = condition_.c_type == XFD_COND_AND || condition_.c_type == XFD_COND_OR;
-    if (is_joined && !(has_first_ && has_second_)) {
-        reader.element = element_;
-        return refuse("the %s operand is missing", has_first_ ? "second" : "first");
     }
     return LoadStatus::kDone;
 }
@@ -377,10 +377,10 @@ LoadStatus ConditionReader::read_item(ZHandle item) {
             break;
         case XMLXFD_CONDITION_AND_1:
         case XMLXFD_CONDITION_OR_1:
-            return read_operand(item, &condition_.c_num1, &has_first_);
+            return read_operand(item, &condition_.c_num1);
         case XMLXFD_CONDITION_AND_2:
         case XMLXFD_CONDITION_OR_2:
-            return read_operand(item, &condition_.c_num2, &has_second_);
+            return read_operand(item, &condition_.c_num2);
         default:
             break;
     }
@@ -401,14 +401,6 @@ LoadStatus ConditionReader::read_comparison(ZHandle item) {
     if (type != XFD_COND_AND && type != XFD_COND_OR)
         condition_.c_num1 = condition_.c_num2 = -1;
     return LoadStatus::kDone;
-}
-
-LoadStatus ConditionReader::read_operand(ZHandle item, int16_t *operand, bool *is_present) {
-    XmlValues values(item);
-    // As the number of any condition, up to 65535: all 16 bits count.
-    *operand = static_cast<int16_t>(values.own_number<uint16_t>());
-    *is_present = true;
-    return values.status();
 }
 
 LoadStatus load_conditions(Load &load, ZHandle section) {
@@ -449,8 +441,9 @@ LoadStatus load_document(Load &load, ZHandle top) {
     LoadStatus status = find_sections(top, &sections);
     if (status == LoadStatus::kDone && sections.identification != 0)
         status = load_identification(load, sections.identification);
-    if (status == LoadStatus::kDone)
-        status = load_keys(load, sections);
+    // Keys that are declared and nowhere described have neither segments nor columns.
+    if (status == LoadStatus::kDone && sections.keys != 0)
+        status = load_keys(load, sections.keys);
     if (status == LoadStatus::kDone && sections.conditions != 0)
         status = load_conditions(load, sections.conditions);
     if (status == LoadStatus::kDone && !load.names.collect(load.xfd))

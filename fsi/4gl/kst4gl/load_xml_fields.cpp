@@ -17,14 +17,16 @@
 namespace fsi {
 namespace {
 
-constexpr uint16_t kAbsentLevel = 65535;
-constexpr int8_t kAbsentScale = -1;
+// What an attribute that is left out leaves: -1 in the width of its member.
+template <typename T>
+constexpr T kAbsent = static_cast<T>(-1);
+
 constexpr int32_t kTypeMask = 255;
 
 LoadStatus load_counts(Load &load, ZHandle section) {
     Xfd *xfd = load.xfd;
     XmlValues values(section);
-    xfd->x_n_fields = values.number<uint32_t>(XMLXFD_ELEMENTARY_ITEMS);
+    xfd->x_n_fields = values.number_or<uint32_t>(XMLXFD_ELEMENTARY_ITEMS, 0);
     xfd->x_n_total_fields = values.number_or<uint32_t>(XMLXFD_ELEMENTARY_ITEMS_WITH_OCCURS, 0);
     if (xfd->x_n_total_fields == 0)
         xfd->x_n_total_fields = xfd->x_n_fields;
@@ -47,11 +49,23 @@ LoadStatus load_counts(Load &load, ZHandle section) {
     return LoadStatus::kDone;
 }
 
-// A scale means something where there are digits.
-int8_t scale_of(XmlValues &values, uint16_t type) {
-    if (!is_numeric_type(type) && !values.has(XMLXFD_FIELD_SCALE))
-        return kAbsentScale;
-    return values.number<int8_t>(XMLXFD_FIELD_SCALE, INT8_MAX, INT8_MIN);
+uint16_t type_of(XmlValues &values) {
+    if (!values.has(XMLXFD_FIELD_TYPE))
+        return kAbsent<uint16_t>;
+    const auto code = values.number<int32_t>(XMLXFD_FIELD_TYPE);
+    return Ztype_from_UD(static_cast<uint8_t>(code & kTypeMask));
+}
+
+// A field that is built needs its place in the record; all else may be left out.
+void read_numbers(XmlValues &values, FieldDeclaration *field) {
+    field->offset = values.number<uint32_t>(XMLXFD_FIELD_OFFSET);
+    field->size = values.number<uint32_t>(XMLXFD_FIELD_BYTES);
+    field->type = type_of(values);
+    field->digits = values.number_or(XMLXFD_FIELD_LENGTH, kAbsent<uint32_t>);
+    field->scale = values.number_or(XMLXFD_FIELD_SCALE, kAbsent<int8_t>, INT8_MAX, INT8_MIN);
+    field->user_flags = values.number_or(XMLXFD_FIELD_USER_FLAGS, kAbsent<uint32_t>);
+    field->condition = values.number_or(XMLXFD_FIELD_CONDITION, kAbsent<uint16_t>);
+    field->level = values.number_or(XMLXFD_FIELD_LEVEL, kAbsent<uint16_t>);
 }
 
 // A name that is too long has left the file error of its own, which stays.
@@ -80,19 +94,12 @@ bool has_no_slot(const Load &load, uint32_t slot) {
 LoadStatus load_field(Load &load, ZHandle element, uint32_t *slot) {
     XmlValues values(element);
     FieldDeclaration field;
-    field.offset = values.number<uint32_t>(XMLXFD_FIELD_OFFSET);
-    field.size = values.number<uint32_t>(XMLXFD_FIELD_BYTES);
-    field.type =
-        Ztype_from_UD(static_cast<uint8_t>(values.number<int32_t>(XMLXFD_FIELD_TYPE) & kTypeMask));
-    field.digits = values.number<uint32_t>(XMLXFD_FIELD_LENGTH);
-    field.scale = scale_of(values, field.type);
-    field.user_flags = values.number<uint32_t>(XMLXFD_FIELD_USER_FLAGS);
-    field.condition = values.number<uint16_t>(XMLXFD_FIELD_CONDITION);
-    field.level = values.number_or<uint16_t>(XMLXFD_FIELD_LEVEL, kAbsentLevel);
+    read_numbers(values, &field);
     if (values.status() != LoadStatus::kDone)
         return values.status();
     reader.element = element;
-    if (is_numeric_type(field.type) && field.digits > UINT8_MAX)
+    if (is_numeric_type(field.type) && field.digits > UINT8_MAX &&
+        field.digits != kAbsent<uint32_t>)
         return refuse("a numeric field has at most %d digits, not %u", UINT8_MAX, field.digits);
     if (field.condition == XFD_LISTED_ONLY && !load.lists_all)
         return LoadStatus::kDone;

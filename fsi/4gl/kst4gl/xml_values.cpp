@@ -14,7 +14,7 @@
 namespace fsi {
 namespace {
 
-// A number of a dictionary and some blanks around it.
+// More than a number of 32 bits needs.
 constexpr size_t kNumberBytes = 64;
 
 std::string_view trimmed(std::string_view text) {
@@ -130,8 +130,9 @@ std::string_view XmlValues::fetch_own(char (&buffer)[kTextBytes]) const {
 int32_t XmlValues::checked(std::string_view text, const char *what, int32_t least, int32_t most) {
     if (status_ != LoadStatus::kDone)
         return 0;
+    text = trimmed(text);
     int32_t number = 0;
-    if (parse(trimmed(text), &number) && number >= least && number <= most)
+    if (text.size() <= kNumberBytes && parse(text, &number) && number >= least && number <= most)
         return number;
     reader.element = element_;
     status_ = refuse("%s must be a number from %d to %d, not '%.*s'", what, least, most,
@@ -140,9 +141,8 @@ int32_t XmlValues::checked(std::string_view text, const char *what, int32_t leas
 }
 
 int32_t XmlValues::attribute_number(int tag, int32_t least, int32_t most) {
-    char text[kNumberBytes + 1] = {};
-    const int32_t length = fetch(tag, text, kNumberBytes);
-    if (length >= 0)
+    char text[kTextBytes] = {};
+    if (fetch(tag, text, kTextBytes - 1) >= 0)
         return checked(text, xmlxfd_tags[tag], least, most);
     if (status_ == LoadStatus::kDone) {
         reader.element = element_;

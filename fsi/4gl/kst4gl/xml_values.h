@@ -68,8 +68,8 @@ class XmlValues {
     }
     // The same, and `absent` without the attribute.
     template <typename T>
-    T number_or(int tag, T absent) {
-        return has(tag) ? number<T>(tag) : absent;
+    T number_or(int tag, T absent, int32_t most = kMost<T>, int32_t least = 0) {
+        return has(tag) ? number<T>(tag, most, least) : absent;
     }
     // The number that the element's own text is.
     template <typename T>
