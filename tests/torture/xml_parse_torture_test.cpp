@@ -120,6 +120,97 @@ TEST_F(XmlParseTorture, ReadingRecords) {
     }
 }
 
+TEST_F(XmlParseTorture, FeedingAParserState) {
+    for (const bool to_end : {false, true}) {
+        for (const size_t most : {size_t{10}, size_t{32000}}) {
+            const Held before;
+            ZxmlExpatState *state = nullptr;
+            ZFile file;
+            const int times = refuse_each(
+                [&] {
+                    file = {};
+                    file.bytes = text_;
+                    file.most = most;
+                    state = expat_create_parser(kAll);
+                    while (state != nullptr && *Zstdlib_f_errno() == 0) {
+                        if (to_end)
+                            parse_to_end_of_file(state, &file);
+                        else
+                            parse_to_next_greaterthan(state, &file);
+                    }
+                },
+                [&] {
+                    EXPECT_EQ(told_error(), "14");
+                    clear_errors();
+                    if (state != nullptr) {
+                        parse_to_end_of_file(state, &file);
+                        EXPECT_EQ(told_error(), "14");
+                        parse_to_next_greaterthan(state, &file);
+                        EXPECT_EQ(told_error(), "14");
+                    }
+                    expat_destroy_parser(state);
+                    EXPECT_EQ(Held(), before);
+                });
+            EXPECT_GT(times, 50);
+            EXPECT_EQ(told_error(), "8");
+            EXPECT_EQ(print_tree(state->top_element), whole_);
+            expat_destroy_parser(state);
+            EXPECT_EQ(Held(), before);
+        }
+    }
+}
+
+// What asks for no memory cannot fail for want of it.
+TEST_F(XmlParseTorture, AskingAndTakingAwayWithoutAnyMemory) {
+    for (const int code_page : {65001, 28591}) {
+        SCOPED_TRACE(code_page);
+        ZSetCOBOLCharSet(code_page);
+        const Held before;
+        const ZHandle parser = open_file(text_, kAll | ZXML_WHOLE);
+        ASSERT_NE(parser, 0U) << told_error();
+        ZxmlExpatState *state = *static_cast<ZxmlExpatState **>(H_lock(parser));
+        const ZHandle top = ZxmlParser_top_element(parser);
+        const std::string prolog = print_prolog(parser);
+        char buffer[1000];
+        const int32_t doctype = ZxmlParser_get_raw_doctype(parser, nullptr, 0);
+        EXPECT_GT(doctype, 0);
+
+        ZMemoryRefuse(1, -1);
+        const bool is_same = ZxmlParser_is_parser(parser) == 1 &&
+                             ZxmlParser_of_element(top) == parser &&
+                             ZxmlParser_of_element(ZxmlElem_first_child(top)) == parser &&
+                             ZxmlParser_current(parser) == 0 &&
+                             ZxmlParser_get_raw_doctype(parser, buffer, sizeof buffer) == doctype &&
+                             ZxmlParser_models(parser) == state->models &&
+                             ZxmlParser_get_hash(parser) == state->element_hash;
+        const int32_t comment = ZxmlParser_get_comment(parser, buffer, sizeof buffer);
+        const int32_t target =
+            ZxmlParser_get_processing_instruction_target(parser, 0, buffer, sizeof buffer);
+        const int record = ZxmlParser_parse_record(parser);
+        const int16_t error = *Zstdlib_f_errno();
+        parse_to_end_of_file(state, nullptr);
+        dump_parser(nullptr);
+        const int is_set = ZxmlParser_set_standalone(parser, 1);
+        ZMemoryRefuse(0, 0);
+        EXPECT_TRUE(is_same);
+        EXPECT_EQ(comment, 8);
+        EXPECT_EQ(target, 1);
+        EXPECT_EQ(record, 0);
+        EXPECT_EQ(error, 8);
+        EXPECT_EQ(is_set, 1);
+        ZxmlParser_set_standalone(parser, -1);
+        EXPECT_EQ(print_prolog(parser), prolog);
+
+        ZMemoryRefuse(1, -1);
+        const int deleted = ZxmlParser_delete_processing_instruction(parser, 0) +
+                            ZxmlParser_delete_comment(parser) + ZxmlParser_release(parser);
+        ZMemoryRefuse(0, 0);
+        EXPECT_EQ(deleted, 3);
+        EXPECT_EQ(Held(), before);
+    }
+    ZSetCOBOLCharSet(65001);
+}
+
 TEST_F(XmlParseTorture, LongTokensByRecord) {
     const std::string text = "<a><r x='" + std::string(300000, '>') + "'/></a>";
     const Held before;

@@ -183,6 +183,15 @@ TEST_F(ElementHandlers, DepthAloneIsNoBomb) {
             depth++;
         EXPECT_EQ(depth, kDepth);
         ZxmlParser_release(parser);
+
+        const std::string twice = "<top>" + text + text + "</top>";
+        const ZHandle records = open_file(twice, kUsual);
+        EXPECT_EQ(ZxmlParser_parse_record(records), 1) << told_error();
+        ZxmlElem_delete(ZxmlElem_first_child(ZxmlParser_top_element(records)));
+        EXPECT_EQ(ZxmlParser_parse_record(records), 1) << told_error();
+        EXPECT_EQ(ZxmlParser_parse_record(records), 0);
+        EXPECT_EQ(told_error(), "8");
+        ZxmlParser_release(records);
     });
 }
 

@@ -164,7 +164,7 @@ std::u32string letters(Coding coding) {
 std::u32string body(std::u32string_view has) {
     const std::u32string some(has);
     std::u32string long_text;
-    for (int i = 0; i < 200; i++)
+    for (int i = 0; i < 150; i++)
         long_text += some + U"  blanks " + std::u32string(static_cast<size_t>(i % 7), U' ');
     std::u32string text =
         U"<!-- top -->\n<?first one > two?>\n<!DOCTYPE d [\n<!ENTITY two \"<r>1</r><r "
@@ -280,6 +280,9 @@ TEST_F(Feeding, EveryEncodingGivesTheSameTreeHoweverItIsRead) {
         for (const size_t most : kReads) {
             for (const Source source : {Source::kFile, Source::kInput, Source::kMemory}) {
                 if (source == Source::kMemory && !bytes.starts_with("<?xml "))
+                    continue;
+                // Memory is read in no pieces.
+                if (source == Source::kMemory && most != kReads[0])
                     continue;
                 for (const bool by_record : {false, true}) {
                     ASSERT_EQ(read_document(bytes, source, most, by_record), result)
@@ -483,6 +486,9 @@ TEST_F(Feeding, LongTokensCostInProportion) {
                     SCOPED_TRACE(std::string(row.name) + (by_record ? " by record " : " whole ") +
                                  std::to_string(size.most));
                     if (has_deferral && size.most != 32000)
+                        continue;
+                    // Only the text of a reference is no markup for the scanner.
+                    if (size.most == 1 && !std::string_view(row.name).starts_with("reference"))
                         continue;
                     keeps_deferral = has_deferral;
                     const uint64_t once = cost(row, size.length, size.most, by_record);
