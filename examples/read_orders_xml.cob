@@ -19,7 +19,6 @@ copy "wbfsi-xml.cpy".
 01  exit-code               binary-long value 0.
 01  result                  binary-long.
 
-*> Handles are signed: RETURNING drops the sign on its way to an unsigned item.
 01  parser                  binary-long.
 01  orders                  binary-long.
 01  order-record            binary-long.

@@ -4,11 +4,11 @@
  * is recognised where a stale pointer would not be.
  *
  * A handle is the number of a slot, in its low 24 bits, with the slot's generation
- * above.  A freed slot is used again only after 511 others, with the next
- * generation: a number comes back after 130000 further frees at the earliest
- * (512 slots times 255 generations), and until then it is a bad handle.  Neither
- * 0 nor 0xFFFFFFFF nor a small number is ever a handle.  At most 16777214
- * handles are live at a time. */
+ * above, 1 .. 58: nine decimal digits hold it.  A freed slot is used again only after
+ * 2047 others, with the next generation: a number comes back after 118000 further
+ * frees at the earliest (2048 slots times 58 generations), and until then it is a bad
+ * handle.  Neither 0 nor 0xFFFFFFFF nor a small number is ever a handle.  At most
+ * 16777214 handles are live at a time. */
 #ifndef HOST_HANDLES_H
 #define HOST_HANDLES_H
 
@@ -43,8 +43,8 @@ HOST_API void H_undeclare(int type);
 HOST_API ZHandle HBUILDV(int type, const char *tag, const char *source);
 
 /* The record of a handle: at the same address as long as the handle lives, aligned
- * as Zmalloc's blocks.  Null for any number that is not a live handle.  One masked
- * index and a comparison. */
+ * as Zmalloc's blocks.  Null for any number that is not a live handle.  An index,
+ * its bound and one comparison. */
 HOST_API void *H_lock(ZHandle handle);
 
 /* The type of a live handle; 0 for any other number. */

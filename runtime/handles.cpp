@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // The handle table.  A handle is a slot number with the slot's generation above
-// it.  What a look-up needs of a slot, the number it was given out as and the
-// record's address, stands in one array apart from the rest, so that a look-up is a
-// masked index and one comparison.  The array grows by doubling: slots move, records
-// do not.
+// it.  What a look-up needs of a slot, its generation and the record's address, is
+// eight bytes in an array apart from the rest, so that a look-up is an index, its
+// bound and one comparison.  The arrays grow by an eighth: slots move, records do not,
+// and what is not used yet is not touched.
 #include "host/handles.h"
 
 #include <cerrno>
@@ -14,32 +14,68 @@
 
 namespace host::handles {
 
-constexpr uint32_t kFirstSlots = 1024;
+constexpr uint32_t kFirstSlots = 4096;
 
-struct Slot {
-    void *record;    // null in a free slot
-    ZHandle handle;  // what the slot was given out as; in a free slot what it will be
+constexpr unsigned kIndexBits = 24;
+constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
+
+// The generation that the slot was given out with, in a free slot the one it will be
+// given out with, above the record's address, which is null in a free slot.  Addresses
+// of the allocator have 47 bits at most.
+class Slot {
+ public:
+    void set(ZHandle handle, const void *record) {
+        word_ = generation_bits(handle) | reinterpret_cast<uintptr_t>(record);
+    }
+
+    // The record if the handle has the slot's generation.
+    [[nodiscard]] void *record_of(ZHandle handle) const {
+        const uint64_t address = word_ ^ generation_bits(handle);
+        return address >> kShift == 0 ? reinterpret_cast<void *>(static_cast<uintptr_t>(address))
+                                      : nullptr;
+    }
+
+    [[nodiscard]] uint8_t generation() const { return static_cast<uint8_t>(word_ >> kShift); }
+
+ private:
+    static constexpr unsigned kShift = sizeof(void *) == 8 ? 56 : 32;
+
+    static uint64_t generation_bits(ZHandle handle) {
+        return static_cast<uint64_t>(handle >> kIndexBits) << kShift;
+    }
+
+    uint64_t word_;
 };
 
+// Slots of the same type; in a free slot `next` is the next free one.
 struct Links {
-    uint32_t next;  // slot of the same type; in a free slot the next free one
-    uint32_t previous;
-    uint16_t type;
-    bool is_dying;  // its destroy routine is running
+    uint32_t next_and_type;       // the type's number less one above the index
+    uint32_t previous_and_dying;  // above the index: its destroy routine is running
+
+    [[nodiscard]] uint32_t next() const { return next_and_type & kIndexMask; }
+    [[nodiscard]] uint32_t previous() const { return previous_and_dying & kIndexMask; }
+    [[nodiscard]] int type() const { return static_cast<int>(next_and_type >> kIndexBits) + 1; }
+    [[nodiscard]] bool is_dying() const { return previous_and_dying > kIndexMask; }
+
+    void set_next(uint32_t index) { next_and_type = (next_and_type & ~kIndexMask) | index; }
+    void set_previous(uint32_t index) {
+        previous_and_dying = (previous_and_dying & ~kIndexMask) | index;
+    }
+    void set_dying() { previous_and_dying |= kIndexMask + 1; }
 };
 
-// Slots that were never given out are zero.
 struct Table {
     Slot *slots;
     Links *links;
-    uint32_t mask;  // their number, a power of two, less one
+    uint32_t used;  // slots that were ever given out, and slot 0
+    uint32_t size;
 };
 
 // The first arrays are always there: a host with few handles holds no block for them.
 Slot first_slots[kFirstSlots];
 Links first_links[kFirstSlots];
 // Not local to this file: it is read by its name in assembly, behind the compiler's back.
-[[gnu::used]] Table table asm("host_handle_table") = {first_slots, first_links, kFirstSlots - 1};
+[[gnu::used]] Table table asm("host_handle_table") = {first_slots, first_links, 1, kFirstSlots};
 
 }  // namespace host::handles
 
@@ -48,13 +84,15 @@ namespace {
 using namespace host::handles;
 
 constexpr const char *kSource = "runtime/handles";
-constexpr unsigned kIndexBits = 24;
-constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
 // Slot 0 is never given out, so that no handle is 0, nor is the last one, so that
 // none is 0xFFFFFFFF.
 constexpr uint32_t kMaxSlots = kIndexMask;
+// The last generation: handles stay below a thousand million, so that an item of nine
+// decimal digits holds each of them, as a program in COBOL has it.
+constexpr uint32_t kGenerations = 58;
+static_assert((kGenerations << kIndexBits | kIndexMask) < 1000000000);
 // A freed slot waits until this many are free: together with the generation a
-// number comes back after kMinFree * 255 other frees at the earliest.
+// number comes back after kMinFree * kGenerations other frees at the earliest.
 constexpr uint32_t kMinFree = kFirstSlots / 2;
 constexpr int kMaxTypes = 256;
 
@@ -65,7 +103,6 @@ struct Type {
     uint32_t count;  // with those that are being destroyed
 };
 
-uint32_t slots_used = 1;  // slots that were ever given out, and slot 0
 uint32_t live_count;
 uint32_t free_count;
 uint32_t first_free;
@@ -95,20 +132,23 @@ Links &links_at(uint32_t index) {
     return table.links[index];
 }
 
-// The record of a live handle: a free slot has none, and the number it holds was
-// not given out yet.  A number beyond the array meets a slot that holds another.
+// The record of a live handle; null for any other number, since a free slot has none.
 void *record_of(ZHandle handle) {
     const Table *found = find_table();
-    const Slot &slot = found->slots[handle & found->mask];
-    return slot.handle == handle ? slot.record : nullptr;
+    const uint32_t index = handle & kIndexMask;
+    return index < found->used ? found->slots[index].record_of(handle) : nullptr;
+}
+
+ZHandle handle_at(uint32_t index) {
+    return uint32_t{slot_at(index).generation()} << kIndexBits | index;
 }
 
 // What a slot is given out as next.  Generation 0 is left out, so that no small
 // number becomes a handle.
 ZHandle next_handle(ZHandle handle) {
-    constexpr uint32_t step = 1U << kIndexBits;
-    handle += step;  // wraps and leaves the index alone
-    return handle < step ? handle + step : handle;
+    const uint32_t generation = handle >> kIndexBits;
+    const uint32_t next = generation == kGenerations ? 1 : generation + 1;
+    return next << kIndexBits | (handle & kIndexMask);
 }
 
 bool is_declared(int type) {
@@ -119,61 +159,61 @@ void return_to_first_arrays() {
     memcpy(first_slots, table.slots, sizeof first_slots);
     Zfree(table.slots);
     Zfree(table.links);
-    table = {first_slots, first_links, kFirstSlots - 1};
+    table.slots = first_slots;
+    table.links = first_links;
+    table.size = kFirstSlots;
 }
 
 // When no handle is left the slots behind the first ones go, so that an idle host
 // holds no block.  Slots that come later start behind every generation so far.
 void shrink() {
-    if (slots_used <= kFirstSlots) {
+    if (table.used <= kFirstSlots) {
         return;
     }
-    for (uint32_t i = kFirstSlots; i < slots_used; ++i) {
-        const auto generation = static_cast<uint8_t>(slot_at(i).handle >> kIndexBits);
-        const auto ahead = static_cast<uint8_t>(generation - fresh_generation);
-        fresh_generation = ahead < 128 ? generation : fresh_generation;
+    for (uint32_t i = kFirstSlots; i < table.used; ++i) {
+        const uint8_t generation = slot_at(i).generation();
+        const uint32_t ahead = (generation + kGenerations - fresh_generation) % kGenerations;
+        fresh_generation = ahead < kGenerations / 2 ? generation : fresh_generation;
     }
     return_to_first_arrays();
-    slots_used = kFirstSlots;
+    table.used = kFirstSlots;
     free_count = kFirstSlots - 1;
     first_free = 1;
     last_free = kFirstSlots - 1;
     for (uint32_t i = first_free; i <= last_free; ++i) {
-        links_at(i) = {i + 1, 0, 0, false};
+        links_at(i) = {i + 1, 0};
     }
 }
 
-// The array with room for `count` entries, twice as many as before, the new ones
-// zeroed; `first` itself stays.  Null without memory, with the array as it was.
+// The array with room for `count` entries, more than before; `first` itself stays.
+// Null without memory, with the array as it was.
 template <class T>
-T *doubled(T *array, const T *first, uint32_t count) {
+T *enlarged(T *array, const T (&first)[kFirstSlots], uint32_t count) {
     const bool is_first = array == first;
     auto *larger = static_cast<T *>(
         Zrealloc(is_first ? nullptr : array, count * sizeof(T), "Handle table", kSource));
-    if (larger != nullptr) {
-        if (is_first) {
-            memcpy(larger, first, count / 2 * sizeof(T));
-        }
-        memset(larger + count / 2, 0, count / 2 * sizeof(T));
+    if (larger != nullptr && is_first) {
+        memcpy(larger, first, sizeof first);
     }
     return larger;
 }
 
-// Makes sure that slot `slots_used` is there.
+// Makes sure that slot `table.used` is there.
 bool grow() {
-    if (slots_used == kMaxSlots) {
+    if (table.used < table.size) {
+        return true;
+    }
+    if (table.used == kMaxSlots) {
         errno = ENOMEM;
         return false;
     }
-    if (slots_used <= table.mask) {
-        return true;
-    }
-    const uint32_t count = 2 * slots_used;
-    Links *links = doubled(table.links, first_links, count);
+    const uint32_t wanted = table.size + table.size / 8 + kFirstSlots;
+    const uint32_t size = wanted < kMaxSlots ? wanted : kMaxSlots;
+    Links *links = enlarged(table.links, first_links, size);
     if (links == nullptr) {
         return false;
     }
-    Slot *slots = doubled(table.slots, first_slots, count);
+    Slot *slots = enlarged(table.slots, first_slots, size);
     if (slots == nullptr && table.links == first_links) {
         Zfree(links);
         return false;
@@ -184,35 +224,32 @@ bool grow() {
         return false;
     }
     table.slots = slots;
-    table.mask = count - 1;
+    table.size = size;
     return true;
 }
 
 // A slot to give out, 0 without memory: a new one while few are free.
 uint32_t take_slot() {
     if (free_count < kMinFree && grow()) {
-        slot_at(slots_used).handle =
-            static_cast<uint32_t>(fresh_generation) << kIndexBits | slots_used;
-        return slots_used++;
+        slot_at(table.used).set(uint32_t{fresh_generation} << kIndexBits, nullptr);
+        return table.used++;
     }
     if (free_count == 0) {
         return 0;
     }
     const uint32_t index = first_free;
-    first_free = links_at(index).next;
+    first_free = links_at(index).next();
     --free_count;
     return index;
 }
 
 void give_back_slot(uint32_t index) {
-    Slot &slot = slot_at(index);
-    slot.record = nullptr;
-    slot.handle = next_handle(slot.handle);
+    slot_at(index).set(next_handle(handle_at(index)), nullptr);
     links_at(index) = {};
     if (free_count == 0) {
         first_free = index;
     } else {
-        links_at(last_free).next = index;
+        links_at(last_free).set_next(index);
     }
     last_free = index;
     ++free_count;
@@ -220,18 +257,24 @@ void give_back_slot(uint32_t index) {
 
 void link(uint32_t index, int number) {
     Type &type = types[number];
-    links_at(index) = {type.first, 0, static_cast<uint16_t>(number), false};
+    links_at(index) = {static_cast<uint32_t>(number - 1) << kIndexBits | type.first, 0};
     if (type.first != 0) {
-        links_at(type.first).previous = index;
+        links_at(type.first).set_previous(index);
     }
     type.first = index;
 }
 
 void unlink(uint32_t index, Type &type) {
     const Links &links = links_at(index);
-    (links.previous == 0 ? type.first : links_at(links.previous).next) = links.next;
-    if (links.next != 0) {
-        links_at(links.next).previous = links.previous;
+    const uint32_t next = links.next();
+    const uint32_t previous = links.previous();
+    if (previous == 0) {
+        type.first = next;
+    } else {
+        links_at(previous).set_next(next);
+    }
+    if (next != 0) {
+        links_at(next).set_previous(previous);
     }
 }
 
@@ -274,8 +317,9 @@ ZHandle HBUILDV(int type, const char *tag, const char *source) {
     link(index, type);
     ++types[type].count;
     ++live_count;
-    slot_at(index).record = record;
-    return slot_at(index).handle;
+    const ZHandle handle = handle_at(index);
+    slot_at(index).set(handle, record);
+    return handle;
 }
 
 void *H_lock(ZHandle handle) {
@@ -283,7 +327,7 @@ void *H_lock(ZHandle handle) {
 }
 
 int H_type(ZHandle handle) {
-    return record_of(handle) == nullptr ? 0 : links_at(handle & kIndexMask).type;
+    return record_of(handle) == nullptr ? 0 : links_at(handle & kIndexMask).type();
 }
 
 ZHandle H_next(ZHandle previous, int type) {
@@ -295,9 +339,9 @@ ZHandle H_next(ZHandle previous, int type) {
         if (H_type(previous) != type) {
             return 0;
         }
-        index = links_at(previous & kIndexMask).next;
+        index = links_at(previous & kIndexMask).next();
     }
-    return index == 0 ? 0 : slot_at(index).handle;
+    return index == 0 ? 0 : handle_at(index);
 }
 
 int H_FREE(ZHandle handle) {
@@ -307,11 +351,11 @@ int H_FREE(ZHandle handle) {
     }
     const uint32_t index = handle & kIndexMask;
     Links &links = links_at(index);
-    if (links.is_dying) {
+    if (links.is_dying()) {
         return 0;
     }
-    Type &type = types[links.type];
-    links.is_dying = true;
+    Type &type = types[links.type()];
+    links.set_dying();
     if (type.declared.kind == 2 && type.declared.destroy != nullptr) {
         type.declared.destroy(handle, record);
     }

@@ -176,7 +176,7 @@ void Bench::table(const bench::Kind &kind, double megabytes, int rounds) const {
         else
             std::printf(" %13.2f\n", mine / peers);
     }
-    const Result &tree = last["parse"];
+    const Result &tree = last["tree"];
     std::printf("%-30s %10.1f bytes\n", "heap for each element", tree.heap_bytes / tree.elements);
     std::printf("%-30s %10.1f bytes\n", "heap, attributes counted too",
                 tree.heap_bytes / (tree.elements + tree.attributes));

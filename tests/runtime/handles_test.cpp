@@ -115,12 +115,13 @@ TEST_F(Handles, AFreedNumberDoesNotComeBackSoon) {
     }
 }
 
-TEST_F(Handles, ASmallNumberIsNeverAHandle) {
+TEST_F(Handles, AHandleIsNeitherSmallNorMoreThanNineDigits) {
     const int type = declare();
     // Through all generations of a slot.
-    for (int i = 0; i < 512 * 300; ++i) {
+    for (int i = 0; i < 2048 * 70; ++i) {
         const ZHandle handle = HBUILDV(type, kTag, kSource);
         ASSERT_GE(handle, 1U << 24) << i;
+        ASSERT_LE(handle, 999999999U) << i;
         ASSERT_EQ(H_FREE(handle), 1);
     }
 }

@@ -25,6 +25,9 @@ constexpr const char *kSource = "fsi/xml/elements/child_names";
 // elements need no table then.
 constexpr uint32_t kMaxUncounted = 12;
 constexpr uint32_t kFirstEntries = 8;
+// Of a table that is built when one child more than kMaxUncounted is there.
+constexpr uint32_t kBuiltEntries = 32;
+static_assert(kBuiltEntries >= 2 * (kMaxUncounted + 2));
 
 // The entry of the name, or the free one where it belongs.
 NameCount *entry_of(ChildNames *names, const Name *name) {
@@ -53,41 +56,39 @@ ChildNames *make_table(uint32_t entries) {
 }
 
 bool build_table(Element *parent) {
-    uint32_t entries = kFirstEntries;
-    while (entries < parent->child_count * 2)
-        entries *= 2;
-    ChildNames *names = make_table(entries);
+    if (!has_extras(parent))
+        return false;
+    ChildNames *names = make_table(kBuiltEntries);
     if (names == nullptr)
         return false;
-    for (const Element *child = parent->first_child; child != nullptr; child = child->next) {
+    for (const Element *child = parent->first_child(); child != nullptr; child = child->next) {
         NameCount *entry = entry_of(names, child->name);
         names->used += entry->name == nullptr ? 1 : 0;
         count(entry, *child);
     }
-    parent->child_names = names;
+    parent->extras->child_names = names;
     return true;
 }
 
 }  // namespace
 
 bool find_name(Element *parent, const Name *name, NameCount *found) {
-    if (parent->child_names == nullptr && parent->child_count > kMaxUncounted &&
-        !build_table(parent))
-        return false;
-    if (parent->child_names != nullptr) {
-        *found = *entry_of(parent->child_names, name);
+    if (ChildNames *names = parent->child_names(); names != nullptr) {
+        *found = *entry_of(names, name);
         return true;
     }
     *found = {};
-    for (const Element *child = parent->first_child; child != nullptr; child = child->next) {
+    uint32_t children = 0;
+    for (const Element *child = parent->first_child(); child != nullptr; child = child->next) {
         if (child->name == name)
             count(found, *child);
+        children++;
     }
-    return true;
+    return children <= kMaxUncounted || build_table(parent);
 }
 
 bool make_room_for_name(Element *parent) {
-    ChildNames *old = parent->child_names;
+    ChildNames *old = parent->extras->child_names;
     if (old->used <= old->mask / 4 * 3)
         return true;
     uint32_t live = 0;
@@ -106,22 +107,24 @@ bool make_room_for_name(Element *parent) {
     }
     names->used = live;
     Zfree(old);
-    parent->child_names = names;
+    parent->extras->child_names = names;
     return true;
 }
 
 void count_child(Element *parent, const Element &child) {
-    if (parent->child_names == nullptr)
+    ChildNames *names = parent->child_names();
+    if (names == nullptr)
         return;
-    NameCount *entry = entry_of(parent->child_names, child.name);
-    parent->child_names->used += entry->name == nullptr ? 1 : 0;
+    NameCount *entry = entry_of(names, child.name);
+    names->used += entry->name == nullptr ? 1 : 0;
     count(entry, child);
 }
 
 void uncount_child(Element *parent, const Element &child) {
-    if (parent->child_names == nullptr)
+    ChildNames *names = parent->child_names();
+    if (names == nullptr)
         return;
-    NameCount *entry = entry_of(parent->child_names, child.name);
+    NameCount *entry = entry_of(names, child.name);
     if (entry->count != 0) {
         entry->count--;
         entry->handles ^= child.handle;

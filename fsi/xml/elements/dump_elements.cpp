@@ -59,7 +59,7 @@ bool dump_one(Element *element, int64_t level) {
         eprintf("%c %d", i == 0 ? '(' : ',', element->index_array()[i]);
     if (element->array_depth >= 0)
         eprintf(")");
-    if (element->value != nullptr) {
+    if (element->has_value()) {
         eprintf(" = %s", fetched([&](char *buffer, int32_t size) {
                     return ZxmlElem_value(handle, buffer, size);
                 }));
@@ -76,10 +76,10 @@ void ZxmlElem_dump(ZHandle handle, int32_t first_level) {
     if (top == nullptr)
         return;
     int64_t level = first_level;
-    Element *element = top->first_child;
+    Element *element = top->first_child();
     while (element != nullptr) {
-        if (dump_one(element, level) && element->first_child != nullptr) {
-            element = element->first_child;
+        if (dump_one(element, level) && element->has_children != 0) {
+            element = element->child;
             level++;
             continue;
         }

@@ -5,7 +5,9 @@
 #include "fsi/xml/elements/element.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <utility>
 
 #include "fsi/base/owner.h"
 #include "fsi/xml/elements/child_names.h"
@@ -22,24 +24,57 @@ int element_type;  // 0: not declared
 
 void unlink(Element *element) {
     Element *const parent = element->parent;
-    (element->previous != nullptr ? element->previous->next : parent->first_child) = element->next;
-    (element->next != nullptr ? element->next->previous : parent->last_child) = element->previous;
-    parent->child_count--;
+    if (element->previous == element) {
+        // The only one: the value returns to its place.
+        parent->has_children = 0;
+        parent->text = nullptr;
+        if (parent->extras != nullptr)
+            std::swap(parent->text, parent->extras->value);
+        return;
+    }
+    Element *const before = element->previous_sibling();
+    (before != nullptr ? before->next : parent->child) = element->next;
+    (element->next != nullptr ? element->next : parent->child)->previous = element->previous;
+}
+
+// Puts a short value into a block.
+bool spill(Element *element) {
+    TextBlock *const text = make_text(element->value(), kValueTag);
+    if (text == nullptr)
+        return false;
+    element->has_short_text = 0;
+    element->text = text;
+    return true;
+}
+
+// Whether a value that is there can give way to a first child.
+bool has_child_place(Element *parent) {
+    if (parent->has_children != 0 || !parent->has_value())
+        return true;
+    return has_extras(parent) && (parent->has_short_text == 0 || spill(parent));
 }
 
 void link(Element *element, Element *parent, Element *before) {
     element->parent = parent;
     element->next = before;
-    element->previous = before != nullptr ? before->previous : parent->last_child;
-    (element->previous != nullptr ? element->previous->next : parent->first_child) = element;
-    (before != nullptr ? before->previous : parent->last_child) = element;
-    parent->child_count++;
+    if (parent->has_children == 0) {
+        if (parent->text != nullptr)
+            parent->extras->value = parent->text;
+        parent->has_children = 1;
+        parent->child = element;
+        element->previous = element;
+        return;
+    }
+    Element *const behind = before != nullptr ? before : parent->child;
+    (before == parent->child ? parent->child : behind->previous->next) = element;
+    element->previous = behind->previous;
+    behind->previous = element;
 }
 
 void forget_child_names(Element *element) {
-    if (element->child_names != nullptr) {
-        free_child_names(element->child_names);
-        element->child_names = nullptr;
+    if (element->child_names() != nullptr) {
+        free_child_names(element->extras->child_names);
+        element->extras->child_names = nullptr;
     }
 }
 
@@ -48,7 +83,7 @@ void forget_child_names(Element *element) {
 void free_descendants(Element *top) {
     Element *at = top;
     while (true) {
-        for (; at->first_child != nullptr; at = at->first_child)
+        for (; at->has_children != 0; at = at->child)
             forget_child_names(at);
         if (at == top)
             return;
@@ -73,6 +108,8 @@ void free_extras(Extras *extras) {
         return;
     if (extras->is_hash_node)
         forget_hashed_element(static_cast<ZxmlHashNode *>(extras->user_data));
+    free_attributes(extras->attributes);
+    free_text(extras->value);
     free_text(extras->comments);
     Zfree(extras);
 }
@@ -86,8 +123,8 @@ void destroy(ZHandle, void *record) {
     free_descendants(element);
     forget_child_names(element);
     release_name(element->name);
-    free_text(element->value);
-    free_attributes(element->attributes);
+    if (element->has_short_text == 0)
+        free_text(element->text);  // the children are gone
     free_indices(element);
     free_extras(element->extras);
 }
@@ -112,7 +149,8 @@ ZHandle new_handle() {
 bool join_family(Element *element, Element *parent) {
     NameCount same{};
     if (!find_name(parent, element->name, &same) ||
-        (parent->child_names != nullptr && !make_room_for_name(parent)))
+        (parent->child_names() != nullptr && !make_room_for_name(parent)) ||
+        !has_child_place(parent))
         return false;
     if (same.count == 0)
         return copy_indices(element, *parent, 0);
@@ -127,10 +165,12 @@ bool join_family(Element *element, Element *parent) {
 
 // Room for one attribute; where the block must grow, for `more` behind it.
 bool has_attribute_room(Element *element, uint32_t more) {
-    Attributes *attributes = element->attributes;
+    Attributes *attributes = element->attributes();
     const uint32_t count = attributes == nullptr ? 0 : attributes->count;
     if (attributes != nullptr && count < attributes->capacity)
         return true;
+    if (!has_extras(element))
+        return false;
     constexpr uint32_t kMost = INT32_MAX / sizeof(Attribute) / 2;
     if (count >= kMost)
         return false;
@@ -142,14 +182,36 @@ bool has_attribute_room(Element *element, uint32_t more) {
         return false;
     attributes->count = count;
     attributes->capacity = capacity;
-    element->attributes = attributes;
+    element->extras->attributes = attributes;
     return true;
 }
 
-bool has_extras(Element *element) {
-    if (element->extras == nullptr)
-        element->extras = allocate_cleared<Extras>(1, "XML element extras", kSource);
-    return element->extras != nullptr;
+// Writes a text behind the first `length` bytes of a value that is in place or none.
+void put_short(Element *element, size_t length, std::string_view text) {
+    char *const end = element->short_text + length;
+    if (text.size() >= 4) {
+        // Two words that may overlap: no more than is needed, and no call.
+        std::array<char, 4> first;
+        std::array<char, 4> last;
+        std::memcpy(first.data(), text.data(), 4);
+        std::memcpy(last.data(), text.data() + text.size() - 4, 4);
+        std::memcpy(end, first.data(), 4);
+        std::memcpy(end + text.size() - 4, last.data(), 4);
+    } else {
+        for (size_t i = 0; i < text.size(); i++)
+            end[i] = text[i];
+    }
+    length += text.size();
+    element->has_short_text = 1;
+    element->short_text[length] = '\0';
+    element->short_text[kMaxShort] = static_cast<char>(kMaxShort - length);
+}
+
+// Where the block of the value stands; null without memory for the place.
+TextBlock **value_place(Element *element) {
+    if (element->has_children == 0)
+        return &element->text;
+    return has_extras(element) ? &element->extras->value : nullptr;
 }
 
 }  // namespace
@@ -160,19 +222,20 @@ Element *find_element(ZHandle handle) {
     return static_cast<Element *>(H_lock(handle));
 }
 
-Element *create_element(Element *parent, ZHandle parent_argument, std::string_view name,
-                        Element *before) {
+Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before) {
     const ZHandle handle = new_handle();
     auto *element = static_cast<Element *>(H_lock(handle));
     if (element == nullptr) {
+        release_name(name);
         undeclare_when_unused();
         return nullptr;
     }
     element->handle = handle;
-    element->parent_argument = parent_argument;
     element->array_depth = -1;
-    element->name = hold_name(name);
-    if (element->name == nullptr || (parent != nullptr && !join_family(element, parent))) {
+    element->name = name;
+    const bool is_complete = parent != nullptr ? join_family(element, parent)
+                                               : parent_argument == 0 || has_extras(element);
+    if (!is_complete) {
         H_FREE(handle);
         undeclare_when_unused();
         return nullptr;
@@ -180,8 +243,16 @@ Element *create_element(Element *parent, ZHandle parent_argument, std::string_vi
     if (parent != nullptr) {
         count_child(parent, *element);
         link(element, parent, before);
+    } else if (parent_argument != 0) {
+        element->extras->parent_argument = parent_argument;
     }
     return element;
+}
+
+Element *create_element(Element *parent, ZHandle parent_argument, std::string_view name,
+                        Element *before) {
+    Name *const held = hold_name(name);
+    return held == nullptr ? nullptr : create_element(parent, parent_argument, held, before);
 }
 
 void delete_element(Element *element) {
@@ -196,7 +267,7 @@ bool add_attribute(Element *element, Name *name, std::string_view value, uint32_
         release_name(name);
         return false;
     }
-    Attributes *const attributes = element->attributes;
+    Attributes *const attributes = element->extras->attributes;
     attributes->entries()[attributes->count++] = {name, text};
     return true;
 }
@@ -207,7 +278,7 @@ bool add_attribute(Element *element, std::string_view name, std::string_view val
 }
 
 void delete_attribute(Element *element, uint32_t number) {
-    Attributes *attributes = element->attributes;
+    Attributes *attributes = element->extras->attributes;
     Attribute *entry = attributes->entries() + number;
     release_name(entry->name);
     free_text(entry->value);
@@ -215,13 +286,65 @@ void delete_attribute(Element *element, uint32_t number) {
     std::memmove(entry, entry + 1, (attributes->count - number) * sizeof(Attribute));
 }
 
+bool append_to_value(Element *element, std::string_view text) {
+    if (element->has_short_text != 0) {
+        const size_t length = element->value().size();
+        if (text.size() <= kMaxShort - length) {
+            put_short(element, length, text);
+            return true;
+        }
+        if (!spill(element))
+            return false;
+    } else if (element->has_children == 0 && element->text == nullptr) {
+        if (text.size() <= kMaxShort) {
+            put_short(element, 0, text);
+            return true;
+        }
+        element->text = make_text(text, kValueTag);
+        return element->text != nullptr;
+    }
+    TextBlock **place = value_place(element);
+    return place != nullptr && append_text(place, text, kValueTag);
+}
+
+bool assign_value(Element *element, std::string_view text) {
+    if (element->has_short_text != 0) {
+        if (text.size() <= kMaxShort) {
+            put_short(element, 0, text);
+            return true;
+        }
+        TextBlock *const block = make_text(text, kValueTag);
+        if (block == nullptr)
+            return false;
+        element->has_short_text = 0;
+        element->text = block;
+        return true;
+    }
+    TextBlock **place = value_place(element);
+    return place != nullptr && assign_text(place, text, kValueTag);
+}
+
+void cut_value(Element *element, size_t length) {
+    if (element->has_short_text != 0)
+        put_short(element, length, {});
+    else
+        cut_text(element->has_children != 0 ? element->extras->value : element->text,
+                 static_cast<uint32_t>(length));
+}
+
 bool append_value(Element *element, std::string_view text, bool keep_blanks) {
-    if (element->value == nullptr && !keep_blanks) {
+    if (!keep_blanks && !element->has_value()) {
         text = trimmed(text);
         if (text.empty())
             return true;
     }
-    return append_text(&element->value, text, kValueTag);
+    return append_to_value(element, text);
+}
+
+bool has_extras(Element *element) {
+    if (element->extras == nullptr)
+        element->extras = allocate_cleared<Extras>(1, "XML element extras", kSource);
+    return element->extras != nullptr;
 }
 
 bool append_comment(Element *element, std::string_view text) {

@@ -30,28 +30,37 @@ struct Attributes {
     Attribute *entries() { return reinterpret_cast<Attribute *>(this + 1); }
 };
 
-// What few elements have.
-struct Extras {
-    TextBlock *comments;
-    void *user_data;
-    bool is_hash_node;  // user_data is a ZxmlHashNode, which is told of the end
-};
-
 struct ChildNames;
 
-constexpr uint16_t kSmallIndices = 2;
+// What few elements have.
+struct Extras {
+    Attributes *attributes;  // null: it never had one
+    TextBlock *value;        // of an element with children
+    TextBlock *comments;
+    ChildNames *child_names;
+    void *user_data;
+    ZHandle parent_argument;  // of a top-level element: what was given, no element
+    bool is_hash_node;        // user_data is a ZxmlHashNode, which is told of the end
+};
 
-// The zeroed record of a handle.
+constexpr uint16_t kSmallIndices = 2;
+constexpr size_t kMaxShort = sizeof(void *) - 1;  // bytes of a value that needs no block
+
+// The zeroed record of a handle: one cache line, since a tree is as large as memory
+// lets it.  What most elements do not have stands elsewhere.
 struct Element {
     Name *name;
-    Element *parent;  // null: top-level
-    Element *first_child;
-    Element *last_child;
-    Element *next;
-    Element *previous;
-    TextBlock *value;
-    Attributes *attributes;  // null: it never had one
-    ChildNames *child_names;
+    Element *parent;    // null: top-level
+    Element *next;      // null: the last child
+    Element *previous;  // of the first child the last one, which may be itself
+    // Few elements have both children and a value, and most values are a few characters.
+    union {
+        Element *child;   // the first one, while there are children
+        TextBlock *text;  // else the value; null: it has none
+        // Or the value itself with its zero byte.  The last byte is what it leaves of
+        // kMaxShort: that zero byte when it leaves nothing.
+        char short_text[sizeof(void *)];
+    };
     Extras *extras;
     // The occurrence numbers of levels 0 .. array_depth, in place while they fit.
     union {
@@ -59,14 +68,35 @@ struct Element {
         int32_t *indices;
     };
     ZHandle handle;
-    ZHandle parent_argument;  // as it was given, a handle or not
-    uint32_t child_count;
-    int16_t array_depth;      // -1: none
-    uint16_t index_capacity;  // up to kSmallIndices: in place
+    int16_t array_depth;        // -1: none
+    uint16_t has_children : 1;  // say what the union holds
+    uint16_t has_short_text : 1;
+    uint16_t index_capacity : 14;  // up to kSmallIndices: in place
 
     int32_t *index_array() { return index_capacity > kSmallIndices ? indices : small_indices; }
     TextBlock *comments() const { return extras == nullptr ? nullptr : extras->comments; }
+    ChildNames *child_names() const { return extras == nullptr ? nullptr : extras->child_names; }
+    Attributes *attributes() const { return extras == nullptr ? nullptr : extras->attributes; }
+    Element *first_child() const { return has_children != 0 ? child : nullptr; }
+    // A zero byte follows it.  Without data: none, which is not the same as an empty one.
+    std::string_view value() const {
+        if (has_short_text != 0)
+            return {short_text, kMaxShort - static_cast<size_t>(short_text[kMaxShort])};
+        return text_of(has_children == 0 ? text : extras == nullptr ? nullptr : extras->value);
+    }
+    bool has_value() const {
+        return has_children == 0 ? text != nullptr || has_short_text != 0
+                                 : extras != nullptr && extras->value != nullptr;
+    }
+    Element *previous_sibling() const {
+        return previous == nullptr || previous->next == nullptr ? nullptr : previous;
+    }
+    // As it was given, a handle or not.
+    ZHandle parent_argument() const {
+        return parent != nullptr ? parent->handle : extras == nullptr ? 0 : extras->parent_argument;
+    }
 };
+static_assert(sizeof(Element) == 6 * sizeof(void *) + 16);
 
 // Levels beyond this end as memory does.
 constexpr int kMaxArrayDepth = 1000;
@@ -76,7 +106,9 @@ Element *find_element(ZHandle handle);
 
 // A new element with its handle; `parent` null: top-level, else a child of it in
 // front of `before`, a child of the same parent, or last.  Its array indices and
-// those of its siblings follow.
+// those of its siblings follow.  A name that is held already is taken over, also when
+// nothing is made.
+Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before);
 Element *create_element(Element *parent, ZHandle parent_argument, std::string_view name,
                         Element *before);
 
@@ -91,10 +123,18 @@ bool add_attribute(Element *element, std::string_view name, std::string_view val
 bool add_attribute(Element *element, Name *name, std::string_view value, uint32_t more = 0);
 void delete_attribute(Element *element, uint32_t number);
 inline std::span<Attribute> attributes_of(const Element &element) {
-    if (element.attributes == nullptr)
+    Attributes *attributes = element.attributes();
+    if (attributes == nullptr)
         return {};
-    return {element.attributes->entries(), element.attributes->count};
+    return {attributes->entries(), attributes->count};
 }
+
+// Appends to the value, which is made when there is none.
+bool append_to_value(Element *element, std::string_view text);
+// Replaces it.
+bool assign_value(Element *element, std::string_view text);
+// Cuts it behind `length` bytes, at most as many as it has.
+void cut_value(Element *element, size_t length);
 
 // The value as ZxmlElem_append_value keeps it.
 bool append_value(Element *element, std::string_view text, bool keep_blanks);
@@ -121,14 +161,17 @@ void delete_comments(Element *element);
 // The element behind `element` in document order of the subtree of `top`, null at
 // its end: children first, then siblings, then those of the ancestors.
 inline Element *next_in_tree(const Element *element, const Element *top) {
-    if (element->first_child != nullptr)
-        return element->first_child;
+    if (element->has_children != 0)
+        return element->child;
     for (; element != top; element = element->parent) {
         if (element->next != nullptr)
             return element->next;
     }
     return nullptr;
 }
+
+// Makes extras where there are none.
+bool has_extras(Element *element);
 
 // Sets the user data, whatever was there.
 bool set_user_data(Element *element, void *data, bool is_hash_node);

@@ -98,27 +98,27 @@ int32_t ZxmlElem_value(ZHandle handle, char *buffer, int32_t size) {
     const Element *element = require_element(handle);
     if (element == nullptr)
         return -1;
-    if (element->value == nullptr) {
+    if (!element->has_value()) {
         element_error = ZXML_NO_VALUE;
         return -1;
     }
-    return fetch(element->value->view(), buffer, size);
+    return fetch(element->value(), buffer, size);
 }
 
 int32_t ZxmlElem_value_i(ZHandle handle) {
     const Element *element = require_element(handle);
     if (element == nullptr)
         return 0;
-    if (element->value == nullptr) {
+    if (!element->has_value()) {
         element_error = ZXML_NO_VALUE;
         return 0;
     }
-    return leading_number(element->value->view());
+    return leading_number(element->value());
 }
 
 int ZxmlElem_value_compare(ZHandle handle, const char *text, uint8_t ignore_case, int32_t n) {
     const Element *element = require_element(handle);
-    return element == nullptr ? -1 : compare(text_of(element->value), text, ignore_case, n);
+    return element == nullptr ? -1 : compare(element->value(), text, ignore_case, n);
 }
 
 int ZxmlElem_set_value(ZHandle handle, const char *text, int32_t length) {
@@ -132,18 +132,18 @@ int ZxmlElem_set_value(ZHandle handle, const char *text, int32_t length) {
     const auto converted = to_utf8(text, length);
     if (!converted)
         return out_of_memory();
-    const std::string_view stored = text_of(element->value);
-    if (element->value != nullptr && !stored.starts_with(*converted))
-        return assign_text(&element->value, *converted, kValueTag) ? 1 : out_of_memory();
-    if (element->value == nullptr) {
-        if (!append_text(&element->value, *converted, kValueTag))
+    const std::string_view stored = element->value();
+    if (element->has_value() && !stored.starts_with(*converted))
+        return assign_value(element, *converted) ? 1 : out_of_memory();
+    if (!element->has_value()) {
+        if (!append_to_value(element, *converted))
             return out_of_memory();
         // Made empty first: what is empty begins with an empty text.
         return length < 0 && converted->empty() ? 0 : 1;
     }
     if (length < 0)
         return 0;  // stands for more than any length
-    cut_text(element->value, static_cast<uint32_t>(converted->size()));
+    cut_value(element, converted->size());
     return 1;
 }
 
@@ -159,11 +159,12 @@ int32_t ZxmlElem_attribute_count(ZHandle handle) {
     const Element *element = require_element(handle);
     if (element == nullptr)
         return 0;
-    if (element->attributes == nullptr) {
+    const Attributes *attributes = element->attributes();
+    if (attributes == nullptr) {
         element_error = ZXML_NO_ATTRIBUTES;
         return 0;
     }
-    return static_cast<int32_t>(element->attributes->count);
+    return static_cast<int32_t>(attributes->count);
 }
 
 int32_t ZxmlElem_attribute_name(ZHandle handle, uint32_t number, char *buffer, int32_t size) {
@@ -209,7 +210,7 @@ int32_t ZxmlElem_add_attribute(ZHandle handle, const char *name, int32_t name_le
         return out_of_memory();
     }
     return add_attribute(element, held, *value_text)
-               ? static_cast<int32_t>(element->attributes->count)
+               ? static_cast<int32_t>(attributes_of(*element).size())
                : out_of_memory();
 }
 

@@ -90,7 +90,7 @@ void *ZxmlElem_user_data(ZHandle handle) {
 
 ZHandle ZxmlElem_first_child(ZHandle handle) {
     const Element *element = require_element(handle);
-    return element == nullptr ? 0 : neighbour(element->first_child, ZXML_NO_CHILDREN);
+    return element == nullptr ? 0 : neighbour(element->first_child(), ZXML_NO_CHILDREN);
 }
 
 ZHandle ZxmlElem_next_sibling(ZHandle handle) {
@@ -100,16 +100,17 @@ ZHandle ZxmlElem_next_sibling(ZHandle handle) {
 
 ZHandle ZxmlElem_prev_sibling(ZHandle handle) {
     const Element *element = require_element(handle);
-    return element == nullptr ? 0 : neighbour(element->previous, ZXML_NO_SIBLINGS);
+    return element == nullptr ? 0 : neighbour(element->previous_sibling(), ZXML_NO_SIBLINGS);
 }
 
 ZHandle ZxmlElem_parent(ZHandle handle) {
     const Element *element = require_element(handle);
     if (element == nullptr)
         return 0;
-    if (element->parent_argument == 0)
+    const ZHandle parent = element->parent_argument();
+    if (parent == 0)
         element_error = ZXML_TOP_LEVEL;
-    return element->parent_argument;
+    return parent;
 }
 
 int32_t ZxmlElem_array_depth(ZHandle handle) {

@@ -28,6 +28,44 @@ struct Table {
 Name *first_buckets[kFirstBuckets];
 Table table = {first_buckets, kFirstBuckets - 1, 0};
 
+// The names that were asked for last, by length and two characters.
+constexpr uint32_t kRecent = 128;
+Name *recent[kRecent];
+
+Name *&recent_place(std::string_view text) {
+    if (text.empty())
+        return recent[0];
+    const auto key = static_cast<uint32_t>(text.size()) * 37 +
+                     static_cast<unsigned char>(text.front()) * 5U +
+                     static_cast<unsigned char>(text.back()) * 17U;
+    return recent[key % kRecent];
+}
+
+template <class Word>
+Word load(const char *bytes) {
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// Without the loop over characters, whose end no processor foresees.
+bool is_same(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    const size_t size = a.size();
+    const char *const x = a.data();
+    const char *const y = b.data();
+    if (size > 16)
+        return std::memcmp(x, y, size) == 0;
+    if (size >= 8)
+        return ((load<uint64_t>(x) ^ load<uint64_t>(y)) |
+                (load<uint64_t>(x + size - 8) ^ load<uint64_t>(y + size - 8))) == 0;
+    if (size >= 4)
+        return ((load<uint32_t>(x) ^ load<uint32_t>(y)) |
+                (load<uint32_t>(x + size - 4) ^ load<uint32_t>(y + size - 4))) == 0;
+    return size == 0 || (x[0] == y[0] && x[size / 2] == y[size / 2] && x[size - 1] == y[size - 1]);
+}
+
 // Drawn once a process, so that nobody can choose names that meet in one bucket.
 struct Keys {
     std::array<uint32_t, 4> words;
@@ -57,20 +95,14 @@ struct Hash {
     }
 };
 
-uint32_t load(const char *bytes) {
-    uint32_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
 uint32_t hash_of(std::string_view text) {
     const char *bytes = text.data();
     size_t left = text.size();
     Hash hash = {keys.words[0] ^ static_cast<uint32_t>(left), keys.words[1]};
     for (; left > 8; left -= 8, bytes += 8)
-        hash.mix(load(bytes), load(bytes + 4));
+        hash.mix(load<uint32_t>(bytes), load<uint32_t>(bytes + 4));
     if (left >= 4) {
-        hash.mix(load(bytes), load(bytes + left - 4));
+        hash.mix(load<uint32_t>(bytes), load<uint32_t>(bytes + left - 4));
     } else if (left > 0) {
         hash.mix(static_cast<unsigned char>(bytes[0]) |
                      uint32_t{static_cast<unsigned char>(bytes[left / 2])} << 8 |
@@ -117,12 +149,17 @@ void return_to_first_buckets() {
 }  // namespace
 
 Name *hold_name(std::string_view text) {
+    Name *&place = recent_place(text);
+    if (place != nullptr && is_same(place->view(), text))
+        return hold_name(place);
     if (!keys.are_drawn)
         draw_keys();
     const uint32_t hash = hash_of(text);
     for (Name *name = table.buckets[hash & table.mask]; name != nullptr; name = name->next) {
-        if (name->hash == hash && name->view() == text)
+        if (name->hash == hash && is_same(name->view(), text)) {
+            place = name;
             return hold_name(name);
+        }
     }
     auto *name =
         static_cast<Name *>(Zmalloc(sizeof(Name) + text.size() + 1, "XML element name", kSource));
@@ -138,6 +175,7 @@ Name *hold_name(std::string_view text) {
     bytes[text.size()] = '\0';
     bucket = name;
     table.count++;
+    place = name;
     return name;
 }
 
@@ -148,6 +186,8 @@ void release_name(Name *name) {
     while (*link != name)
         link = &(*link)->next;
     *link = name->next;
+    if (Name *&place = recent_place(name->view()); place == name)
+        place = nullptr;
     Zfree(name);
     if (--table.count == 0)
         return_to_first_buckets();

@@ -19,7 +19,7 @@ bool reserve(Element *element, int count) {
         return false;
     if (count <= element->index_capacity)
         return true;
-    const auto capacity = static_cast<uint16_t>((count + 3) / 4 * 4);
+    const unsigned capacity = static_cast<unsigned>(count + 3) / 4 * 4;
     const bool was_small = element->index_capacity <= kSmallIndices;
     int32_t *old = was_small ? nullptr : element->indices;
     auto *moved = static_cast<int32_t *>(Zrealloc(old, capacity * sizeof(int32_t), kTag, kSource));
@@ -28,7 +28,7 @@ bool reserve(Element *element, int count) {
     if (was_small)
         std::memcpy(moved, element->small_indices, sizeof element->small_indices);
     element->indices = moved;
-    element->index_capacity = capacity;
+    element->index_capacity = capacity & 0x3FFF;
     return true;
 }
 
@@ -49,16 +49,13 @@ void insert_level(Element *element, int parent_depth) {
 
 }  // namespace
 
-bool copy_indices(Element *element, Element &parent, int32_t number) {
+bool copy_many_indices(Element *element, Element &parent, int32_t number) {
     const int count = parent.array_depth + 1;
     const int more = number != 0 ? 1 : 0;
     if (!reserve(element, count + more))
         return false;
     int32_t *indices = element->index_array();
-    if (count <= kSmallIndices && parent.index_capacity <= kSmallIndices)
-        std::memcpy(indices, parent.small_indices, sizeof parent.small_indices);
-    else
-        std::memcpy(indices, parent.index_array(), static_cast<size_t>(count) * sizeof(int32_t));
+    std::memcpy(indices, parent.index_array(), static_cast<size_t>(count) * sizeof(int32_t));
     if (more != 0)
         indices[count] = number;
     element->array_depth = static_cast<int16_t>(parent.array_depth + more);

@@ -49,14 +49,14 @@ void write_start(Output *out, const Element &element, size_t indent, uint32_t fl
         out->put_escaped(attribute.value->view(), flags);
         out->put('"');
     }
-    const std::string_view value = text_of(element.value);
-    if (value.empty() && element.first_child == nullptr) {
+    const std::string_view value = element.value();
+    if (value.empty() && element.has_children == 0) {
         out->put("/>\n");
         return;
     }
     out->put('>');
     out->put_escaped(value, flags);
-    if (element.first_child != nullptr) {
+    if (element.has_children != 0) {
         out->put('\n');
         return;
     }
@@ -89,8 +89,8 @@ void write_element(Output *out, const Element &top, size_t indent, uint32_t flag
     const Element *element = &top;
     while (true) {
         write_start(out, *element, indent, flags);
-        if (element->first_child != nullptr) {
-            element = element->first_child;
+        if (element->has_children != 0) {
+            element = element->child;
             indent += kChildIndent;
             continue;
         }

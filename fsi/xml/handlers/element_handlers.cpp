@@ -19,7 +19,7 @@ constexpr uint64_t kMaxFreeTree = uint64_t{64} << 20;
 constexpr uint64_t kMaxGrowth = 300;
 
 bool is_bomb(const State &state) {
-    return state.tree_bytes > kMaxFreeTree && state.tree_bytes / kMaxGrowth > state.source_bytes;
+    return state.tree_bytes > kMaxFreeTree && state.tree_bytes > state.source_bytes * kMaxGrowth;
 }
 
 bool push_open(State *state, Element *element) {
@@ -72,7 +72,8 @@ bool add_attributes(State *state, Element *element, const XML_Char **attributes)
         left++;
     for (const XML_Char **at = attributes; *at != nullptr; at += 2) {
         const std::string_view value = at[1];
-        if (!add_attribute(element, at[0], value, --left))
+        Name *const held = hold_name(at[0]);
+        if (held == nullptr || !add_attribute(element, held, value, --left))
             return false;
         state->tree_bytes += sizeof(Attribute) + sizeof(TextBlock) + value.size() + 1;
         if (is_bomb(*state))
@@ -117,8 +118,11 @@ bool build_element(State *state, const XML_Char *name, const XML_Char **attribut
     FoldedName folded;
     if (!folded.set(name, state->flags & 3))
         return false;
+    Name *const held = hold_name(folded.text);
+    if (held == nullptr)
+        return false;
     Element *element =
-        create_element(parent, parent == nullptr ? 0 : parent->handle, folded.text, nullptr);
+        create_element(parent, parent == nullptr ? 0 : parent->handle, held, nullptr);
     if (element == nullptr)
         return false;
     *built = element;
@@ -154,12 +158,13 @@ void XMLCALL on_end_element(void *parser, const XML_Char *) {
         return;
     }
     const bool keeps_blanks = (state->state_bits & (ZXML_KEEP_BLANKS | ZXML_HAD_CDATA)) != 0;
-    if (element != nullptr && element->value != nullptr && !keeps_blanks) {
-        const std::string_view value = element->value->view();
+    if (element != nullptr && !keeps_blanks) {
+        const std::string_view value = element->value();
         size_t end = value.size();
         while (end > 0 && is_blank(value[end - 1]))
             end--;
-        cut_text(element->value, static_cast<uint32_t>(end));
+        if (end != value.size())
+            cut_value(element, end);
     }
     state->element_depth--;
     state->current_element =

@@ -54,6 +54,12 @@ bool continues(const State &state, unsigned long index, std::string_view text) {
     return run.end == index && !has_reference(state, 0) && !has_reference(state, index - run.begin);
 }
 
+// Keeps what of `text` is behind `end` until the run goes on: blanks.
+bool hold_blanks(State *state, std::string_view text, const char *end) {
+    const std::string_view blanks(end, static_cast<size_t>(text.data() + text.size() - end));
+    return blanks.empty() || append_text(&state->held_blanks, blanks, "Temp data buffer");
+}
+
 // Appends to the first text of an element, `kept` of `text` without the blanks around:
 // those behind it wait until something follows them.
 bool append_trimmed(State *state, Element *element, std::string_view text, std::string_view kept) {
@@ -62,18 +68,17 @@ bool append_trimmed(State *state, Element *element, std::string_view text, std::
         end = kept.data() + kept.size();
         if (state->run.has_text) {
             const std::string_view blanks = text_of(state->held_blanks);
-            if (!blanks.empty() && !append_text(&element->value, blanks, kValueTag))
+            if (!blanks.empty() && !append_to_value(element, blanks))
                 return false;
             kept = {text.data(), static_cast<size_t>(end - text.data())};
         }
-        if (!append_text(&element->value, kept, kValueTag))
+        if (!append_to_value(element, kept))
             return false;
         if (state->held_blanks != nullptr)
             cut_text(state->held_blanks, 0);
         state->run.has_text = true;
     }
-    const std::string_view blanks(end, static_cast<size_t>(text.data() + text.size() - end));
-    return blanks.empty() || append_text(&state->held_blanks, blanks, "Temp data buffer");
+    return hold_blanks(state, text, end);
 }
 
 // Elements are not built, text is asked for: no element can take it.
@@ -103,7 +108,7 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     }
     const std::string_view text(bytes, static_cast<size_t>(length));
     const bool keeps_blanks = (state->state_bits & (ZXML_IN_CDATA | ZXML_KEEP_BLANKS)) != 0;
-    const bool is_first = !keeps_blanks && element->value == nullptr;
+    const bool is_first = !keeps_blanks && !element->has_value();
     std::string_view kept;
     if (is_first) {
         // Blanks in front of the first text, as between the tags of most documents, are
@@ -117,6 +122,14 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     const auto index = static_cast<unsigned long>(XML_GetCurrentByteIndex(parser));
     const int count = XML_GetCurrentByteCount(parser);
     const bool plain = is_plain(text, count);
+    if (is_first && !run.is_open) {
+        // What most elements have: one text, at once.
+        run = {plain, true, true, index, index + static_cast<unsigned long>(count), bytes + length};
+        if (!append_to_value(element, kept) || !hold_blanks(state, text, kept.data() + kept.size()))
+            stop_without_memory(state);
+        state->tree_bytes += text.size();
+        return;
+    }
     if (!plain || !continues(*state, index, text)) {
         end_run(state);
         run.is_trimmed = is_first;
@@ -129,7 +142,7 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     run.end = index + static_cast<unsigned long>(count);
     run.inner = bytes + length;
     if (run.is_trimmed ? !append_trimmed(state, element, text, kept)
-                       : !append_text(&element->value, text, kValueTag)) {
+                       : !append_to_value(element, text)) {
         stop_without_memory(state);
         return;
     }

@@ -386,7 +386,7 @@ void feed_to_end_of_record(State *state, ZFile *file) {
     }
     // Records that were deleted do not count as growth.
     if (const Element *top = find_element(state->top_element);
-        top == nullptr || top->first_child == nullptr)
+        top == nullptr || top->has_children == 0)
         state->tree_bytes = 0;
     state->is_gathering = state->is_gathering || waiting_size(*state) > 0;
     state->stops_at_record = true;
