@@ -108,7 +108,7 @@ int wide_type_of(std::string_view document) {
 
 std::string_view mark_needed(std::string_view document, const char *encoding) {
     if (encoding != nullptr && strcasecmp(encoding, "UTF-16") != 0) {
-        return {};
+        return "";
     }
     switch (wide_type_of(document)) {
         case kXmlUtf16Le:
@@ -116,7 +116,7 @@ std::string_view mark_needed(std::string_view document, const char *encoding) {
         case kXmlUtf16Be:
             return "\xFE\xFF";
         default:
-            return {};
+            return "";
     }
 }
 
