@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "tool/columns.h"
 #include "tool/failure.h"
@@ -62,16 +63,25 @@ void DictionaryWriter::refuse_what_is_not_whole() const {
     }
 }
 
-// A comparison that one of the two views resolved and the other did not has its
-// value as it was written in the other.
+// Each view may have resolved the condition to another field, or to none, and a value
+// that was never converted may look like sign and digits; so a value counts only if both
+// views make of it what they hold.
 std::string DictionaryWriter::original_value(uint32_t index) const {
     const XfdCondition &declared = xfd_.x_condition[index];
     const XfdCondition &expanded = expanded_.x_condition[index];
-    std::string value = condition_value(xfd_, declared);
-    if (strcmp(declared.c_value, expanded.c_value) == 0 || value == declared.c_value) {
-        return value;
+    const std::string candidates[] = {condition_value(xfd_, declared),
+                                      condition_value(expanded_, expanded), declared.c_value,
+                                      expanded.c_value};
+    const auto *const original = std::ranges::find_if(candidates, [&](const std::string &value) {
+        return value.size() < sizeof declared.c_value &&
+               compared_value(xfd_, declared, value) == declared.c_value &&
+               compared_value(expanded_, expanded, value) == expanded.c_value;
+    });
+    if (original == std::end(candidates)) {
+        refuse("condition " + std::to_string(index + 1),
+               "its value is not known, the fields of its name are of different kinds");
     }
-    return condition_value(expanded_, expanded);
+    return *original;
 }
 
 // A key column or a condition that bears the name of one occurrence takes the mark

@@ -32,8 +32,8 @@ class DictionaryWriter {
 
     static std::string name_of(const XfdField &field);
 
-    // The value of a comparison as it was written, where a field that it was resolved
-    // to has changed it in one of the two records.
+    // The value of a condition as it was written, or another that loads to the same in
+    // both records.  Throws where none can be told from them.
     std::string original_value(uint32_t condition) const;
 
     // The form's part, called in this order.

@@ -85,6 +85,24 @@ void TextWriter::line(const std::string &what, const Values &values) {
     text_ += text + '\n';
 }
 
+// Members that the line of a condition of its type has no value for.
+bool has_more_than_its_line(const XfdCondition &condition) {
+    const bool has_operands = condition.c_num1 != -1 || condition.c_num2 != -1;
+    const bool has_value = condition.c_value[0] != '\0';
+    switch (condition.c_type) {
+        case 0:
+            return condition.c_num1 != 0 || condition.c_num2 != 0 || has_value ||
+                   condition.c_variable[0] != '\0' || condition.c_table[0] != '\0';
+        case XFD_COND_AND:
+        case XFD_COND_OR:
+            return has_value || condition.c_variable[0] != '\0';
+        case XFD_COND_OTHER:
+            return has_value || has_operands;
+        default:
+            return has_operands;
+    }
+}
+
 void TextWriter::refuse_what_has_no_place() const {
     if (xfd_.x_version < 1 || xfd_.x_version > kLastVersion) {
         refuse("version " + std::to_string(xfd_.x_version), "versions are 1 to 8");
@@ -92,6 +110,12 @@ void TextWriter::refuse_what_has_no_place() const {
     if (xfd_.x_identity_field >= 0) {
         refuse("identity field " + std::to_string(xfd_.x_identity_field + 1),
                "it has no mark for it");
+    }
+    for (uint32_t i = 0; i < xfd_.x_n_conditions; i++) {
+        if (has_more_than_its_line(xfd_.x_condition[i])) {
+            refuse("condition " + std::to_string(i + 1),
+                   "values that are none of its comparison's");
+        }
     }
     for (uint32_t i = 0; i < count_; i++) {
         const XfdField &field = xfd_.x_fdesc[i];

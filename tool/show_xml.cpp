@@ -28,6 +28,7 @@ constexpr size_t kMaxValueText = 51;  // with the quotes around it
 constexpr size_t kMaxValue = 50;
 constexpr int kAlphabetWords = 9;  // the first version with words for the alphabet
 constexpr uint16_t kMaxType = 63;
+constexpr uint16_t kAbsentType = 65535;  // of a field without the attribute
 
 class XmlWriter : public DictionaryWriter {
  public:
@@ -173,7 +174,7 @@ void XmlWriter::refuse_what_has_no_place() const {
     }
     for (uint32_t i = 0; i < count_; i++) {
         const uint16_t type = xfd_.x_fdesc[i].fd_argument.a_type;
-        if (type > kMaxType) {
+        if (type > kMaxType && type != kAbsentType) {
             refuse(name_of(xfd_.x_fdesc[i]),
                    "types go up to 63, this one is " + std::to_string(type));
         }
@@ -269,16 +270,13 @@ void XmlWriter::write_keys() {
     end(XMLXFD_KEYS);
 }
 
-// A slot that none filled has no element.
 void XmlWriter::write_conditions() {
     if (xfd_.x_n_conditions == 0) {
         return;
     }
     start(XMLXFD_CONDITIONS, {{XMLXFD_CONDITION_COUNT, std::to_string(xfd_.x_n_conditions)}});
     for (uint32_t i = 0; i < xfd_.x_n_conditions; i++) {
-        if (xfd_.x_condition[i].c_type != 0) {
-            write_condition(i);
-        }
+        write_condition(i);
     }
     end(XMLXFD_CONDITIONS);
 }
@@ -289,17 +287,25 @@ void XmlWriter::write_condition(uint32_t index) {
     const XfdCondition &condition = xfd_.x_condition[index];
     const std::string what = "condition " + std::to_string(index + 1);
     start(XMLXFD_CONDITION, {{XMLXFD_CONDITION_NUMBER, std::to_string(index + 1)}});
-    item(XMLXFD_CONDITION_COMPARISON, kWords[condition.c_type]);
-    const bool is_and = condition.c_type == XFD_COND_AND;
-    if (is_and || condition.c_type == XFD_COND_OR) {
-        item(is_and ? XMLXFD_CONDITION_AND_1 : XMLXFD_CONDITION_OR_1,
-             std::to_string(Z4GetXFDConditionNum1(&condition)));
-        item(is_and ? XMLXFD_CONDITION_AND_2 : XMLXFD_CONDITION_OR_2,
-             std::to_string(Z4GetXFDConditionNum2(&condition)));
-    } else {
+    const bool combines = condition.c_type == XFD_COND_AND || condition.c_type == XFD_COND_OR;
+    const bool compares = condition.c_type != 0 && !combines;
+    const bool is_or = condition.c_type == XFD_COND_OR;
+    const int operand1 = Z4GetXFDConditionNum1(&condition);
+    const int operand2 = Z4GetXFDConditionNum2(&condition);
+    const int16_t usual_operand = compares ? -1 : 0;
+    if (condition.c_type != 0) {
+        item(XMLXFD_CONDITION_COMPARISON, kWords[condition.c_type]);
+    }
+    if (combines || condition.c_num1 != usual_operand) {
+        item(is_or ? XMLXFD_CONDITION_OR_1 : XMLXFD_CONDITION_AND_1, std::to_string(operand1));
+    }
+    if (combines || condition.c_num2 != usual_operand) {
+        item(is_or ? XMLXFD_CONDITION_OR_2 : XMLXFD_CONDITION_AND_2, std::to_string(operand2));
+    }
+    if (compares || condition.c_variable[0] != '\0') {
         item(XMLXFD_CONDITION_VARIABLE, content(what, condition.c_variable));
     }
-    if (condition.c_type != XFD_COND_OTHER && condition.c_value[0] != '\0') {
+    if (condition.c_value[0] != '\0') {
         std::string value = original_value(index);
         const bool has_quotes = value.size() > 1 && value.front() == '"' && value.back() == '"';
         if (has_quotes || value.front() == ' ' || value.back() == ' ') {
@@ -338,13 +344,15 @@ void XmlWriter::write_field(const XfdField &field, uint32_t user_flags) {
     write_comment(field);
     Attributes attributes = {{XMLXFD_FIELD_OFFSET, number(what, field.fd_offset)},
                              {XMLXFD_FIELD_BYTES, number(what, data.a_size)},
-                             {XMLXFD_FIELD_TYPE, std::to_string(data.a_type)},
                              {XMLXFD_FIELD_LENGTH, std::to_string(data.a_digits)},
                              {XMLXFD_FIELD_SCALE, std::to_string(data.a_scale)},
                              {XMLXFD_FIELD_USER_FLAGS, std::to_string(user_flags)},
                              {XMLXFD_FIELD_CONDITION, std::to_string(field.fd_cond_num)},
                              {XMLXFD_FIELD_LEVEL, std::to_string(field.fd_level)},
                              {XMLXFD_FIELD_NAME, attribute(what, field.fd_name)}};
+    if (data.a_type != kAbsentType) {
+        attributes.insert(attributes.begin() + 2, {XMLXFD_FIELD_TYPE, std::to_string(data.a_type)});
+    }
     if (field.fd_format[0] != '\0') {
         attributes.push_back({XMLXFD_FIELD_DATE_FORMAT, attribute(what, field.fd_format)});
     }

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "host/data.h"
 #include "host/names.h"
 #include "wbfsi/accessors.h"
 
@@ -87,18 +88,12 @@ bool is_tested_by(const XfdField &field, const XfdCondition &condition) {
     return field.fd_cond_num != XFD_LISTED_ONLY && strcmp(name, condition.c_variable) == 0;
 }
 
-// The field that a comparison tests: the slot it was resolved to, which is 0 for
-// an unresolved condition too and wraps beyond 16 bits; then a search decides.
+// The field that a condition was resolved to; the slot is 0 without one, too.
 const XfdField *tested_field(const Xfd &xfd, const XfdCondition &condition) {
     const auto slot = static_cast<uint16_t>(condition.c_field_num);
-    if (slot < xfd.x_n_fields_alloc && is_tested_by(xfd.x_fdesc[slot], condition)) {
-        return &xfd.x_fdesc[slot];
-    }
-    const XfdField *const begin = xfd.x_fdesc;
-    const XfdField *const end = begin + xfd.x_n_fields_alloc;
-    const XfdField *const field =
-        std::find_if(begin, end, [&](const XfdField &f) { return is_tested_by(f, condition); });
-    return field == end ? nullptr : field;
+    const bool is_resolved =
+        slot < xfd.x_n_fields_alloc && is_tested_by(xfd.x_fdesc[slot], condition);
+    return is_resolved ? &xfd.x_fdesc[slot] : nullptr;
 }
 
 }  // namespace
@@ -177,6 +172,36 @@ std::string condition_value(const Xfd &xfd, const XfdCondition &condition) {
     const char point = xfd.x_cvt_info != nullptr ? xfd.x_cvt_info->cv_period : '.';
     return (value[0] == '-' ? "-" : "") + (digits.empty() ? "0" : digits) +
            (decimals.empty() ? "" : point + decimals);
+}
+
+std::string compared_value(const Xfd &xfd, const XfdCondition &condition,
+                           const std::string &written) {
+    constexpr uint16_t kText = 16;
+    constexpr uint16_t kSignAndDigits = 4;
+    const XfdField *field = tested_field(xfd, condition);
+    const bool is_compared = condition.c_type != XFD_COND_AND && condition.c_type != XFD_COND_OR &&
+                             condition.c_type != XFD_COND_OTHER && !written.empty();
+    if (!is_compared || field == nullptr || !is_numeric_type(field->fd_argument.a_type)) {
+        return written;
+    }
+    const XfdArgument &data = field->fd_argument;
+    std::string value(data.a_digits + size_t{1}, '\0');
+    if (value.size() >= sizeof condition.c_value) {
+        return written;
+    }
+    ZArgument source{reinterpret_cast<uintptr_t>(written.data()),
+                     static_cast<uint32_t>(written.size()),
+                     kText,
+                     0,
+                     0,
+                     0};
+    ZArgument dest{reinterpret_cast<uintptr_t>(value.data()),
+                   static_cast<uint32_t>(value.size()),
+                   kSignAndDigits,
+                   data.a_digits,
+                   data.a_scale,
+                   0};
+    return ZconvertData(&dest, &source, 1, xfd.x_cvt_info) == 1 ? value : written;
 }
 
 std::string condition_in_words(const Xfd &xfd, const XfdCondition &condition) {

@@ -31,6 +31,10 @@ std::string condition_in_words(const Xfd &xfd, const XfdCondition &condition);
 // which it is compared with a numeric field, become a plain decimal number.
 std::string condition_value(const Xfd &xfd, const XfdCondition &condition);
 
+// What a load makes of the value of a condition that is written so: the other way.
+std::string compared_value(const Xfd &xfd, const XfdCondition &condition,
+                           const std::string &written);
+
 // "in key, hidden": the flags of a field, "" when it has none.
 std::string flags_in_words(const XfdField &field);
 

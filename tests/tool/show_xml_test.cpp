@@ -122,6 +122,11 @@ const Row kDictionaries[] = {
      head(6,
           "0,18,46,44,0\n2\n1,1,AMT,05\n2,1,AMT_2,06\n2,4,2,4\n90001,3,4,START OCCURS\n"
           "0,4,1,4,0,16,0,1,AMT\n90002,END OCCURS\n20,4,16,0,0,16,0,1,LAST\n")},
+    {"values that look like sign and digits", true,
+     head(6,
+          "0,18,46,44,0\n2\n1,1,AMT,-7\n2,1,AMT_2,-7\n3,6,3,6\n90001,2,4,START OCCURS\n"
+          "0,4,1,1,-1,0,0,1,AMT\n0,4,1,4,0,0,0,1,AMT_1\n90002,END OCCURS\n"
+          "90001,2,4,START OCCURS\n20,4,1,3,-2,0,0,1,AMT_2\n90002,END OCCURS\n")},
     {"names that need care", true,
      head(6,
           "0,18,46,44,0\n0\n4,4,4,4\n0,1,16,0,0,0,0,1,\" with blanks \"\n"
@@ -268,10 +273,35 @@ TEST_F(ShownXml, KeepsWhatTheXmlFormAloneHas) {
               "version 12: the text form cannot hold it: versions are 1 to 8");
 }
 
-// Whole dictionaries put together at random.  A value that is compared with a number
-// loses nothing by it, whichever of the fields of a name a view compares it with: what
-// it was before could not be told from the records; nor does it look like sign and
-// digits, as values stand in the records.
+TEST_F(ShownXml, KeepsConditionsThatTheTextFormHasNoLineFor) {
+    for (const char *items : {
+             "<xfd:condition-variable>A</xfd:condition-variable>",
+             "<xfd:condition-value>\"A \"</xfd:condition-value>",
+             "<xfd:condition-and-1>7</xfd:condition-and-1>",
+             "<xfd:condition-tablename>T</xfd:condition-tablename>",
+             "<xfd:condition-comparison>and</xfd:condition-comparison>"
+             "<xfd:condition-value>-7</xfd:condition-value>",
+             "<xfd:condition-comparison>or</xfd:condition-comparison>"
+             "<xfd:condition-variable>A</xfd:condition-variable>",
+             "<xfd:condition-comparison>other</xfd:condition-comparison>"
+             "<xfd:condition-value>B</xfd:condition-value>",
+             "<xfd:condition-comparison>eq</xfd:condition-comparison>"
+             "<xfd:condition-or-2>65535</xfd:condition-or-2><xfd:condition-or-1>0"
+             "</xfd:condition-or-1>",
+         }) {
+        SCOPED_TRACE(items);
+        const std::string xml =
+            "<a><xfd:identification xfd:version='8'/><xfd:conditions xfd:condition-count='1'>"
+            "<xfd:condition xfd:condition-number='1'>" +
+            std::string(items) + "</xfd:condition></xfd:conditions></a>";
+        EXPECT_EQ(printed(shown(xml), 0), printed(xml, 0));
+        EXPECT_EQ(shown(xml, tool::Form::kText),
+                  "condition 1: the text form cannot hold it: values that are none of its "
+                  "comparison's");
+    }
+}
+
+// Whole dictionaries put together at random.
 class RandomDictionary {
  public:
     explicit RandomDictionary(uint32_t seed) : random_(seed) {}
@@ -332,10 +362,22 @@ class RandomDictionary {
             case 1:
                 return start + "3," + name() + (random_() % 2 == 0 ? ",TAB\n" : "\n");
             default:
-                static constexpr const char *kValues[] = {
-                    "5",           "7",   "\" x \"",      "\"\"\"\"",
-                    "\"a,b\"",     "ABC", "\"<&> ]]> \"", "\"\"\"q\"\"\"",
-                    "00012345678", ""};
+                static constexpr const char *kValues[] = {"5",
+                                                          "7",
+                                                          "\" x \"",
+                                                          "\"\"\"\"",
+                                                          "\"a,b\"",
+                                                          "ABC",
+                                                          "\"<&> ]]> \"",
+                                                          "\"\"\"q\"\"\"",
+                                                          "00012345678",
+                                                          "",
+                                                          "-7",
+                                                          "+7",
+                                                          "1.5",
+                                                          "-0.5",
+                                                          "\"-1234567,875\"",
+                                                          "-00000025"};
                 return start + std::to_string(pick({1, 4, 5, 6, 7, 8})) + ',' + name() + ',' +
                        kValues[random_() % std::size(kValues)] + "," +
                        (random_() % 2 == 0 ? "TAB\n" : "\n");
@@ -343,17 +385,21 @@ class RandomDictionary {
     }
     void field(bool is_listed_only, uint32_t occurrences) {
         static constexpr const char *kScales[] = {"+00", "-2", "0", "-128", "9", "127"};
+        static constexpr const char *kFormats[] = {"YYMMDD", "HHNNSS", "YYYYMM", "FYYJJJ", ""};
+        static constexpr const char *kComments[] = {"# two -- hyphens -\n", "\n", "  # <&\n#\n"};
         const bool is_date = random_() % 8 == 0;
+        if (random_() % 8 == 0)
+            fields_ += kComments[random_() % std::size(kComments)];
         const int type = pick({1, 2, 9, 12, 16, 22, 23, 30, 31, 63});
-        const bool is_number = type != 16 && type != 22 && type != 63;
         fields_ += std::to_string(pick({0, 4, 99, 2000000})) + ',' +
                    std::to_string(pick({1, 3, 8})) + ',' + std::to_string(type) + ',' +
-                   std::to_string(is_date ? 6 : pick({1, 8, 18, 49, 200})) + ',' +
-                   kScales[random_() % (is_number ? 3 : 6)] + ',' +
+                   std::to_string(is_date ? 6 : pick({1, 2, 8, 18, 49, 200})) + ',' +
+                   kScales[random_() % std::size(kScales)] + ',' +
                    std::to_string(is_date ? 1 : pick({0, 2, 16, 32, 126})) + ',' +
                    (is_listed_only ? "999" : std::to_string(pick({0, 0, 1, 65535}))) + ',' +
                    std::to_string(pick({1, 5, 65535})) + ',' + name() +
-                   (is_date ? ",YYMMDD\n" : "\n");
+                   (is_date ? std::string(",") + kFormats[random_() % std::size(kFormats)] : "") +
+                   '\n';
         listed_ += 1;
         total_listed_ += occurrences;
         normal_ += is_listed_only ? 0 : 1;
@@ -393,6 +439,62 @@ TEST_F(ShownXml, GeneratedDictionariesLoadToTheSame) {
         expect_same(text);
         if (HasFatalFailure())
             return;
+    }
+}
+
+// What the text form cannot say, added at random to a dictionary in XML form.
+std::string with_what_xml_alone_has(std::string xml, std::mt19937 &random) {
+    const auto replace_some = [&](std::string_view from, std::initializer_list<const char *> to,
+                                  unsigned one_in) {
+        for (size_t at = 0; (at = xml.find(from, at)) != std::string::npos;) {
+            const std::string_view with =
+                random() % one_in == 0 ? to.begin()[random() % to.size()] : from;
+            xml.replace(at, from.size(), with);
+            at += with.size();
+        }
+    };
+    replace_some(" xfd:field-name=",
+                 {" xfd:field-null-value=\"SPACES\" xfd:field-name=",
+                  " xfd:field-null-value=\"\" xfd:field-name=",
+                  " xfd:field-null-value=\" &lt;&#9;&#10;\u00e4&quot;' \" xfd:field-name=",
+                  " xfd:field-is-identity=\"TRUE\" xfd:field-name="},
+                 3);
+    replace_some("</xfd:condition>",
+                 {"<xfd:condition-value>-7</xfd:condition-value></xfd:condition>",
+                  "<xfd:condition-variable>AMOUNT</xfd:condition-variable></xfd:condition>",
+                  "<xfd:condition-and-1>65535</xfd:condition-and-1></xfd:condition>",
+                  "<xfd:condition-or-2>1</xfd:condition-or-2></xfd:condition>"},
+                 4);
+    // Under another name an attribute is left out.
+    replace_some(" xfd:field-type=", {" no-type="}, 50);
+    replace_some(" xfd:field-scale=", {" no-scale="}, 50);
+    replace_some(" xfd:field-user-flags=", {" no-flags="}, 50);
+    replace_some(" xfd:field-level=", {" no-level="}, 50);
+    replace_some("<xfd:condition-comparison>eq</xfd:condition-comparison>", {""}, 5);
+    if (xml.find("<xfd:alphabet>") == std::string::npos)
+        replace_some("xfd:version=\"8\"", {"xfd:version=\"9\"", "xfd:version=\"65535\""}, 2);
+    return xml;
+}
+
+TEST_F(ShownXml, GeneratedXmlDictionariesLoadToTheSame) {
+    std::mt19937 random(1);
+    for (uint32_t seed = 0; seed < 300; ++seed) {
+        const std::string xml =
+            with_what_xml_alone_has(shown(RandomDictionary(seed).make()), random);
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        const std::string written = shown(xml);
+        ASSERT_TRUE(written.starts_with("<?xml ")) << written << '\n' << xml;
+        for (uint32_t flags = 0; flags < 32; ++flags) {
+            const std::string expected = printed(xml, flags);
+            if (expected.starts_with("null"))
+                continue;  // a relative file with keys
+            ASSERT_EQ(printed(written, flags), expected) << "flags " << flags << '\n' << xml;
+        }
+        const std::string again = shown(xml, tool::Form::kText);
+        if (!again.starts_with("XFD"))
+            continue;
+        for (uint32_t flags = 0; flags < 32; flags += 2)
+            ASSERT_EQ(printed(again, flags), printed(xml, flags)) << "flags " << flags << xml;
     }
 }
 
