@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <type_traits>
 
 #include "host/memory.h"
 
@@ -19,33 +20,48 @@ constexpr uint32_t kFirstSlots = 4096;
 constexpr unsigned kIndexBits = 24;
 constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
 
-// The generation that the slot was given out with, in a free slot the one it will be
-// given out with, above the record's address, which is null in a free slot.  Addresses
-// of the allocator have 47 bits at most.
-class Slot {
+// What the slot was given out as, in a free slot what it will be given out as, and the
+// record's address, which is null in a free slot.
+class NarrowSlot {
  public:
-    void set(ZHandle handle, const void *record) {
+    void set(ZHandle handle, void *record) {
+        record_ = record;
+        handle_ = handle;
+    }
+    [[nodiscard]] void *record_of(ZHandle handle) const {
+        return handle_ == handle ? record_ : nullptr;
+    }
+    [[nodiscard]] uint32_t generation() const { return handle_ >> kIndexBits; }
+
+ private:
+    void *record_;
+    ZHandle handle_;
+};
+
+// The same in as many bytes where addresses have up to 47 bits: the generation, which is
+// what the slot does not know of its handle, stands above the address.
+class WideSlot {
+ public:
+    void set(ZHandle handle, void *record) {
         word_ = generation_bits(handle) | reinterpret_cast<uintptr_t>(record);
     }
-
-    // The record if the handle has the slot's generation.
     [[nodiscard]] void *record_of(ZHandle handle) const {
         const uint64_t address = word_ ^ generation_bits(handle);
         return address >> kShift == 0 ? reinterpret_cast<void *>(static_cast<uintptr_t>(address))
                                       : nullptr;
     }
-
-    [[nodiscard]] uint8_t generation() const { return static_cast<uint8_t>(word_ >> kShift); }
+    [[nodiscard]] uint32_t generation() const { return static_cast<uint32_t>(word_ >> kShift); }
 
  private:
-    static constexpr unsigned kShift = sizeof(void *) == 8 ? 56 : 32;
+    static constexpr unsigned kShift = 56;
 
-    static uint64_t generation_bits(ZHandle handle) {
-        return static_cast<uint64_t>(handle >> kIndexBits) << kShift;
-    }
+    static uint64_t generation_bits(ZHandle handle) { return uint64_t{handle & ~kIndexMask} << 32; }
 
     uint64_t word_;
 };
+
+using Slot = std::conditional_t<sizeof(void *) == 8, WideSlot, NarrowSlot>;
+static_assert(sizeof(Slot) == 8);
 
 // Slots of the same type; in a free slot `next` is the next free one.
 struct Links {
@@ -107,7 +123,7 @@ uint32_t live_count;
 uint32_t free_count;
 uint32_t first_free;
 uint32_t last_free;
-uint8_t fresh_generation = 1;
+uint32_t fresh_generation = 1;
 Type types[kMaxTypes + 1];
 
 // Where the table is.  For position-independent code of 32 bits the compiler calls a
@@ -140,7 +156,7 @@ void *record_of(ZHandle handle) {
 }
 
 ZHandle handle_at(uint32_t index) {
-    return uint32_t{slot_at(index).generation()} << kIndexBits | index;
+    return slot_at(index).generation() << kIndexBits | index;
 }
 
 // What a slot is given out as next.  Generation 0 is left out, so that no small
@@ -171,7 +187,7 @@ void shrink() {
         return;
     }
     for (uint32_t i = kFirstSlots; i < table.used; ++i) {
-        const uint8_t generation = slot_at(i).generation();
+        const uint32_t generation = slot_at(i).generation();
         const uint32_t ahead = (generation + kGenerations - fresh_generation) % kGenerations;
         fresh_generation = ahead < kGenerations / 2 ? generation : fresh_generation;
     }
@@ -231,7 +247,7 @@ bool grow() {
 // A slot to give out, 0 without memory: a new one while few are free.
 uint32_t take_slot() {
     if (free_count < kMinFree && grow()) {
-        slot_at(table.used).set(uint32_t{fresh_generation} << kIndexBits, nullptr);
+        slot_at(table.used).set(fresh_generation << kIndexBits, nullptr);
         return table.used++;
     }
     if (free_count == 0) {
