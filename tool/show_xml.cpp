@@ -290,8 +290,8 @@ void XmlWriter::write_condition(uint32_t index) {
     const bool combines = condition.c_type == XFD_COND_AND || condition.c_type == XFD_COND_OR;
     const bool compares = condition.c_type != 0 && !combines;
     const bool is_or = condition.c_type == XFD_COND_OR;
-    const int operand1 = Z4GetXFDConditionNum1(&condition);
-    const int operand2 = Z4GetXFDConditionNum2(&condition);
+    const uint32_t operand1 = Z4GetXFDConditionNum1(&condition);
+    const uint32_t operand2 = Z4GetXFDConditionNum2(&condition);
     const int16_t usual_operand = compares ? -1 : 0;
     if (condition.c_type != 0) {
         item(XMLXFD_CONDITION_COMPARISON, kWords[condition.c_type]);
