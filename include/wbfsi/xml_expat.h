@@ -66,7 +66,9 @@ WBFSI_API void expat_destroy_parser(ZxmlExpatState *state);
  * the next ">".  A null file: what is buffered is all.  f_errno is 0 when there is
  * more, 8 at the end, 19 after an XML error (int_errno 5, int2_errno expat's code,
  * errmsg its text), 14 without memory, 1 when the file cannot be read (int2_errno
- * is errno). */
+ * is errno).  Once ended, each says the same again and feeds nothing.  Behind a record
+ * of ZxmlParser_parse_record they go on where it ended, the second one no further
+ * than to the end of the next record when that is already read. */
 WBFSI_API void parse_to_end_of_file(ZxmlExpatState *state, ZFile *file);
 WBFSI_API void parse_to_next_greaterthan(ZxmlExpatState *state, ZFile *file);
 

@@ -31,7 +31,7 @@ enum {
     ZXML_NAMES_UPPER = 2,
     ZXML_WHOLE = 4, /* read the whole document at once */
     ZXML_ELEMENTS = 8,
-    ZXML_TEXT = 16,
+    ZXML_TEXT = 16, /* with ZXML_ELEMENTS: text that no element takes ends the parse (35) */
     ZXML_INSTRUCTIONS = 32,
     ZXML_COMMENTS = 64,
     ZXML_CDATA = 128,

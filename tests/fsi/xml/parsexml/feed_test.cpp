@@ -410,6 +410,48 @@ TEST_F(Feeding, ToTheNextGreaterThanStopsAtTheTagsOfAnEmptyElement) {
     expat_destroy_parser(state);
 }
 
+TEST_F(Feeding, TheMarkTellsTheEncodingUntilADeclarationDoes) {
+    struct Row {
+        const char *name;
+        std::string bytes;
+        int32_t at_first;
+        int32_t at_the_end;
+    };
+    const auto row = [](const char *name, const char32_t *text, Coding coding, int32_t at_first,
+                        int32_t at_the_end) {
+        return Row{name, encode(text, coding), at_first, at_the_end};
+    };
+    for (const Row &mark : {
+             row("nothing", U"<a></a>", Coding::kUtf8, -1, -1),
+             row("utf-8", U"\uFEFF<a></a>", Coding::kUtf8, 2, 2),
+             row("little", U"\uFEFF<a></a>", Coding::kLittle, 3, 3),
+             row("big", U"\uFEFF<a></a>", Coding::kBig, 5, 5),
+             row("big, no mark", U"<a></a>", Coding::kBig, -1, -1),
+             row("little, other markup first", U"\uFEFF<!----><?p?><a></a>", Coding::kLittle, 3, 3),
+             row("version", U"\uFEFF<?xml version='1.0'?><a></a>", Coding::kLittle, 0, 0),
+             row("utf-16 of big", U"\uFEFF<?xml version='1.0' encoding='utf-16'?><a/>",
+                 Coding::kBig, 3, 3),
+         }) {
+        SCOPED_TRACE(mark.name);
+        for (const size_t most : {size_t{1}, size_t{32000}}) {
+            ZxmlExpatState *state = expat_create_parser(kUsual);
+            ZFile file;
+            file.bytes = mark.bytes;
+            file.most = most;
+            EXPECT_EQ(state->state_bits & ZXML_MARK_CHECKED, 0U);
+            parse_to_next_greaterthan(state, &file);
+            EXPECT_EQ(state->encoding_type, mark.at_first);
+            EXPECT_NE(state->state_bits & ZXML_MARK_CHECKED, 0U);
+            do {
+                parse_to_next_greaterthan(state, &file);
+            } while (*Zstdlib_f_errno() == 0);
+            EXPECT_EQ(told_error(), "8");
+            EXPECT_EQ(state->encoding_type, mark.at_the_end);
+            expat_destroy_parser(state);
+        }
+    }
+}
+
 TEST_F(Feeding, MemoryIsGoneOverBeforeTheFile) {
     for (const bool whole : {false, true}) {
         ZxmlExpatState *state = expat_create_parser(kUsual);
