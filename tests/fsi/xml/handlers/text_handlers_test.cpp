@@ -114,6 +114,10 @@ TEST_F(TextHandlers, FlagsOfTextAndCdata) {
     // Without its handlers a section is text like any other.
     EXPECT_EQ(read_whole(text, ZXML_ELEMENTS | ZXML_TEXT), "d = \"x y\"\n");
     EXPECT_EQ(read_whole(text, ZXML_ELEMENTS | ZXML_TEXT | ZXML_CDATA), "d = \"x y  \"\n");
+    // Entities are text, whoever sees the rest of the document.
+    EXPECT_EQ(read_whole("<!DOCTYPE d [<!ENTITY e 'x'>]><d>&e;</d>",
+                         ZXML_ELEMENTS | ZXML_TEXT | ZXML_DEFAULT),
+              "d = \"x\"\n");
     // Without elements text has nowhere to go, which ends the parse.
     int32_t error = 0;
     EXPECT_EQ(read_whole(text, ZXML_TEXT), "19 5 35 parsing aborted");
