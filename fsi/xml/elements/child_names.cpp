@@ -25,9 +25,6 @@ constexpr const char *kSource = "fsi/xml/elements/child_names";
 // elements need no table then.
 constexpr uint32_t kMaxUncounted = 12;
 constexpr uint32_t kFirstEntries = 8;
-// Of a table that is built when one child more than kMaxUncounted is there.
-constexpr uint32_t kBuiltEntries = 32;
-static_assert(kBuiltEntries >= 2 * (kMaxUncounted + 2));
 
 // The entry of the name, or the free one where it belongs.
 NameCount *entry_of(ChildNames *names, const Name *name) {
@@ -55,10 +52,13 @@ ChildNames *make_table(uint32_t entries) {
     return names;
 }
 
-bool build_table(Element *parent) {
+bool build_table(Element *parent, uint32_t children) {
+    uint32_t entries = kFirstEntries;
+    while (entries < children * 2 + 2)
+        entries *= 2;
     if (!has_extras(parent))
         return false;
-    ChildNames *names = make_table(kBuiltEntries);
+    ChildNames *names = make_table(entries);
     if (names == nullptr)
         return false;
     for (const Element *child = parent->first_child(); child != nullptr; child = child->next) {
@@ -84,7 +84,7 @@ bool find_name(Element *parent, const Name *name, NameCount *found) {
             count(found, *child);
         children++;
     }
-    return children <= kMaxUncounted || build_table(parent);
+    return children <= kMaxUncounted || build_table(parent, children);
 }
 
 bool make_room_for_name(Element *parent) {

@@ -146,9 +146,9 @@ ZHandle new_handle() {
 
 // Numbers the new child among those of its name, which may turn the only one there
 // was into the first of a row: that is done last, when nothing can fail behind it.
-bool join_family(Element *element, Element *parent) {
+bool join_family(Element *element, Element *parent, bool is_new_name) {
     NameCount same{};
-    if (!find_name(parent, element->name, &same) ||
+    if ((!is_new_name && !find_name(parent, element->name, &same)) ||
         (parent->child_names() != nullptr && !make_room_for_name(parent)) ||
         !has_child_place(parent))
         return false;
@@ -197,9 +197,10 @@ void put_short(Element *element, size_t length, std::string_view text) {
         std::memcpy(last.data(), text.data() + text.size() - 4, 4);
         std::memcpy(end, first.data(), 4);
         std::memcpy(end + text.size() - 4, last.data(), 4);
-    } else {
-        for (size_t i = 0; i < text.size(); i++)
-            end[i] = text[i];
+    } else if (!text.empty()) {
+        end[0] = text.front();
+        end[text.size() / 2] = text[text.size() / 2];
+        end[text.size() - 1] = text.back();
     }
     length += text.size();
     element->has_short_text = 1;
@@ -222,7 +223,8 @@ Element *find_element(ZHandle handle) {
     return static_cast<Element *>(H_lock(handle));
 }
 
-Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before) {
+Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before,
+                        bool is_new_name) {
     const ZHandle handle = new_handle();
     auto *element = static_cast<Element *>(H_lock(handle));
     if (element == nullptr) {
@@ -233,7 +235,7 @@ Element *create_element(Element *parent, ZHandle parent_argument, Name *name, El
     element->handle = handle;
     element->array_depth = -1;
     element->name = name;
-    const bool is_complete = parent != nullptr ? join_family(element, parent)
+    const bool is_complete = parent != nullptr ? join_family(element, parent, is_new_name)
                                                : parent_argument == 0 || has_extras(element);
     if (!is_complete) {
         H_FREE(handle);

@@ -108,7 +108,9 @@ Element *find_element(ZHandle handle);
 // front of `before`, a child of the same parent, or last.  Its array indices and
 // those of its siblings follow.  A name that is held already is taken over, also when
 // nothing is made.
-Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before);
+//   is_new_name  no child of `parent` has the name; false: not known
+Element *create_element(Element *parent, ZHandle parent_argument, Name *name, Element *before,
+                        bool is_new_name = false);
 Element *create_element(Element *parent, ZHandle parent_argument, std::string_view name,
                         Element *before);
 

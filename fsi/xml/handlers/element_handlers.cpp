@@ -25,17 +25,17 @@ bool is_bomb(const State &state) {
 bool push_open(State *state, Element *element) {
     if (state->element_depth == state->open_capacity) {
         const uint32_t capacity = std::max(state->open_capacity * 2, 64U);
-        if (capacity < state->open_capacity || capacity > UINT32_MAX / sizeof(ZHandle) / 2)
+        if (capacity < state->open_capacity || capacity > UINT32_MAX / sizeof(OpenElement) / 2)
             return false;
-        auto *moved = static_cast<ZHandle *>(Zrealloc(
-            state->open_elements, capacity * sizeof(ZHandle), "XML open elements", kSource));
+        auto *moved = static_cast<OpenElement *>(Zrealloc(
+            state->open_elements, capacity * sizeof(OpenElement), "XML open elements", kSource));
         if (moved == nullptr)
             return false;
         state->open_elements = moved;
         state->open_capacity = capacity;
     }
     const ZHandle handle = element == nullptr ? 0 : element->handle;
-    state->open_elements[state->element_depth++] = handle;
+    state->open_elements[state->element_depth++] = {handle, state->feeding, 0};
     state->current_element = handle;
     state->current = element;
     return true;
@@ -108,6 +108,18 @@ bool enter_in_hash(State *state, Element *element) {
     return true;
 }
 
+// Whether no child of the innermost open element has this name, so far as can be said at
+// once; from now on one has it.
+bool is_new_child(State *state, const Name &name) {
+    if (state->element_depth == 0)
+        return false;
+    OpenElement &parent = state->open_elements[state->element_depth - 1];
+    const uint64_t bit = uint64_t{1} << name.hash % 64;
+    const bool is_new = parent.opened_in == state->feeding && (parent.names & bit) == 0;
+    parent.names |= bit;
+    return is_new;
+}
+
 // What expat tells of this start tag becomes an element; none where one that is open
 // above it was deleted.
 bool build_element(State *state, const XML_Char *name, const XML_Char **attributes,
@@ -121,8 +133,8 @@ bool build_element(State *state, const XML_Char *name, const XML_Char **attribut
     Name *const held = hold_name(folded.text);
     if (held == nullptr)
         return false;
-    Element *element =
-        create_element(parent, parent == nullptr ? 0 : parent->handle, held, nullptr);
+    Element *element = create_element(parent, parent == nullptr ? 0 : parent->handle, held, nullptr,
+                                      is_new_child(state, *held));
     if (element == nullptr)
         return false;
     *built = element;
@@ -168,7 +180,7 @@ void XMLCALL on_end_element(void *parser, const XML_Char *) {
     }
     state->element_depth--;
     state->current_element =
-        state->element_depth == 0 ? 0 : state->open_elements[state->element_depth - 1];
+        state->element_depth == 0 ? 0 : state->open_elements[state->element_depth - 1].handle;
     state->current = element != nullptr ? element->parent : find_current(*state);
     state->state_bits &= ~uint32_t{ZXML_HAD_CDATA};
     if (state->stops_at_record && state->element_depth <= 1)

@@ -49,10 +49,18 @@ struct FeedOutcome {
     ExpatPlace place;
 };
 
+// An element that is open.  While expat is being fed nobody else adds children: those of
+// an element that opened since are known, and a name without its bit is new among them.
+struct OpenElement {
+    ZHandle handle;  // 0 where nothing is built
+    uint64_t opened_in;
+    uint64_t names;
+};
+
 struct State : ZxmlExpatState {
-    // Handles of the open elements, outermost first; 0 where nothing is built.
-    ZHandle *open_elements;
+    OpenElement *open_elements;  // outermost first
     uint32_t open_capacity;
+    uint64_t feeding;  // how often expat was fed
     // While expat is being fed, when nobody else deletes elements: the record of the
     // innermost open one, null where nothing is built.
     Element *current;
@@ -106,8 +114,15 @@ inline State *state_of(void *expat_parser) {
 
 // The element that events belong to, looked up; null where nothing is built.
 inline Element *find_current(const State &state) {
-    return state.element_depth == 0 ? nullptr
-                                    : find_element(state.open_elements[state.element_depth - 1]);
+    return state.element_depth == 0
+               ? nullptr
+               : find_element(state.open_elements[state.element_depth - 1].handle);
+}
+
+// Before expat is called.
+inline void begin_feeding(State *state) {
+    state->feeding++;
+    state->current = find_current(*state);
 }
 
 // Whether an element that is open was deleted, so that nothing is built in it.

@@ -11,8 +11,8 @@ namespace {
 
 // Newlines and references come alone, each a run of its own.
 bool is_plain(std::string_view text, int source_bytes) {
-    if (text.size() > 4)
-        return true;
+    if (static_cast<size_t>(source_bytes) == text.size() || text.size() > 4)
+        return text.size() != 1 || text[0] != '\n';
     if (text == "\n")
         return false;
     // One character from more bytes than any character has is a reference.

@@ -94,7 +94,7 @@ bool go_on(State *state, XML_Status status) {
 // fit an int.
 bool feed(State *state, const char *bytes, size_t size) {
     state->source_bytes += size;
-    state->current = find_current(*state);
+    begin_feeding(state);
     while (size > INT_MAX) {
         if (!go_on(state, XML_Parse(state->parser, bytes, INT_MAX, XML_FALSE)))
             return false;
@@ -105,7 +105,7 @@ bool feed(State *state, const char *bytes, size_t size) {
 }
 
 bool resume(State *state) {
-    state->current = find_current(*state);
+    begin_feeding(state);
     return go_on(state, XML_ResumeParser(state->parser));
 }
 
@@ -135,7 +135,7 @@ void finish(State *state) {
     if (!feed_waiting(state))
         return;
     state->is_final = true;
-    state->current = find_current(*state);
+    begin_feeding(state);
     go_on(state, XML_Parse(state->parser, "", 0, XML_TRUE));
 }
 
