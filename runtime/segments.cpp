@@ -25,6 +25,7 @@ Segment *by_run[kUnits + 1];
 uint64_t runs_present;
 size_t segment_count;
 size_t empty_count;
+constexpr size_t kFewSegments = 16;
 
 // Which megabytes of the address space are segments: a bit each, in leaves that
 // are there only where segments are.
@@ -127,6 +128,18 @@ void unmap_segment(Segment *segment) {
     munmap(segment, segment->mapped_size);
 }
 
+// Has the system give out pages that are as good as used, all at once and not one by
+// one as they are touched: a tree of 200 MB was built in 1.6 of the time of its parser
+// alone instead of 2.0.  That it cannot is no harm.
+void take_pages(void *start, size_t size) {
+#ifndef MADV_POPULATE_WRITE
+    constexpr int MADV_POPULATE_WRITE = 23;  // Linux 5.14; the C library's header is older
+#endif
+    const int old_errno = errno;
+    madvise(start, size, MADV_POPULATE_WRITE);
+    errno = old_errno;
+}
+
 // Bit i: a run of `count` set bits begins at bit i.
 uint64_t runs_of(uint64_t bits, unsigned count) {
     for (unsigned have = 1; have < count;) {
@@ -204,6 +217,10 @@ Segment *segment_with_run(unsigned count) {
     Segment *segment = map_segment(kSegmentSize);
     if (segment == nullptr) {
         return nullptr;
+    }
+    // Who has filled so many will fill this one.
+    if (segment_count >= kFewSegments) {
+        take_pages(segment, kSegmentSize);
     }
     segment->free_units = kAllUnits;
     segment->longest_run = kMaxRun;
