@@ -24,7 +24,9 @@ int element_type;  // 0: not declared
 
 void unlink(Element *element) {
     Element *const parent = element->parent;
-    if (element->previous == element) {
+    Element *const before = element->previous_sibling();
+    Element *const next = element->next;
+    if (before == nullptr && next == nullptr) {
         // The only one: the value returns to its place.
         parent->has_children = 0;
         parent->text = nullptr;
@@ -32,9 +34,8 @@ void unlink(Element *element) {
             std::swap(parent->text, parent->extras->value);
         return;
     }
-    Element *const before = element->previous_sibling();
-    (before != nullptr ? before->next : parent->child) = element->next;
-    (element->next != nullptr ? element->next : parent->child)->previous = element->previous;
+    (before != nullptr ? before->next : parent->child) = next;
+    (next != nullptr ? next : parent->child)->previous = element->previous;
 }
 
 // Puts a short value into a block.
@@ -57,7 +58,8 @@ bool has_child_place(Element *parent) {
 void link(Element *element, Element *parent, Element *before) {
     element->parent = parent;
     element->next = before;
-    if (parent->has_children == 0) {
+    Element *const first = parent->first_child();
+    if (first == nullptr) {
         if (parent->text != nullptr)
             parent->extras->value = parent->text;
         parent->has_children = 1;
@@ -65,8 +67,8 @@ void link(Element *element, Element *parent, Element *before) {
         element->previous = element;
         return;
     }
-    Element *const behind = before != nullptr ? before : parent->child;
-    (before == parent->child ? parent->child : behind->previous->next) = element;
+    Element *const behind = before != nullptr ? before : first;
+    (before == first ? parent->child : behind->previous->next) = element;
     element->previous = behind->previous;
     behind->previous = element;
 }
