@@ -335,6 +335,7 @@ void feed_to_next_greaterthan(State *state, ZFile *file) {
             return;
     }
 }
+
 void gather(State *state, ZFile *file) {
     if (!has_unit(state, file))
         return;
