@@ -6,9 +6,10 @@
  * A handle is the number of a slot, in its low 24 bits, with the slot's generation
  * above, 1 .. 58: nine decimal digits hold it.  A freed slot is used again only after
  * 2047 others, with the next generation: a number comes back after 118000 further
- * frees at the earliest (2048 slots times 58 generations), and until then it is a bad
- * handle.  Neither 0 nor 0xFFFFFFFF nor a small number is ever a handle.  At most
- * 16777214 handles are live at a time. */
+ * frees at the earliest (2048 slots times 58 generations), after 28000 when there was
+ * no handle at all in between, and until then it is a bad handle.  It is sooner only
+ * where there is no memory for more slots.  Neither 0 nor 0xFFFFFFFF nor a small number
+ * is ever a handle.  At most 16777214 handles are live at a time. */
 #ifndef HOST_HANDLES_H
 #define HOST_HANDLES_H
 

@@ -159,12 +159,14 @@ ZHandle handle_at(uint32_t index) {
     return slot_at(index).generation() << kIndexBits | index;
 }
 
-// What a slot is given out as next.  Generation 0 is left out, so that no small
-// number becomes a handle.
+// Generation 0 is left out, so that no small number becomes a handle.
+uint32_t next_generation(uint32_t generation) {
+    return generation == kGenerations ? 1 : generation + 1;
+}
+
+// What a slot is given out as next.
 ZHandle next_handle(ZHandle handle) {
-    const uint32_t generation = handle >> kIndexBits;
-    const uint32_t next = generation == kGenerations ? 1 : generation + 1;
-    return next << kIndexBits | (handle & kIndexMask);
+    return next_generation(handle >> kIndexBits) << kIndexBits | (handle & kIndexMask);
 }
 
 bool is_declared(int type) {
@@ -180,17 +182,44 @@ void return_to_first_arrays() {
     table.size = kFirstSlots;
 }
 
+// The generation that slots behind the first ones start with when their own are lost: that
+// of theirs which has the most generations ahead of it that none of them is at, so that a
+// number they had takes as long as can be to come back.  0: less than a quarter of all
+// are ahead, since handles that lived long left slots at generations of every age.
+uint32_t newest_generation() {
+    bool is_there[kGenerations + 1] = {};
+    for (uint32_t i = kFirstSlots; i < table.used; ++i) {
+        is_there[slot_at(i).generation()] = true;
+    }
+    uint32_t newest = 0;
+    uint32_t most = kGenerations / 4 - 1;
+    for (uint32_t generation = 1; generation <= kGenerations; ++generation) {
+        if (!is_there[generation]) {
+            continue;
+        }
+        uint32_t ahead = 0;
+        for (uint32_t i = next_generation(generation); !is_there[i]; i = next_generation(i)) {
+            ++ahead;
+        }
+        if (ahead > most) {
+            most = ahead;
+            newest = generation;
+        }
+    }
+    return newest;
+}
+
 // When no handle is left the slots behind the first ones go, so that an idle host
-// holds no block.  Slots that come later start behind every generation so far.
+// holds no block, unless stale numbers could not be told then.
 void shrink() {
     if (table.used <= kFirstSlots) {
         return;
     }
-    for (uint32_t i = kFirstSlots; i < table.used; ++i) {
-        const uint32_t generation = slot_at(i).generation();
-        const uint32_t ahead = (generation + kGenerations - fresh_generation) % kGenerations;
-        fresh_generation = ahead < kGenerations / 2 ? generation : fresh_generation;
+    const uint32_t newest = newest_generation();
+    if (newest == 0) {
+        return;
     }
+    fresh_generation = newest;
     return_to_first_arrays();
     table.used = kFirstSlots;
     free_count = kFirstSlots - 1;
