@@ -61,7 +61,7 @@ void link(Element *element, Element *parent, Element *before) {
     Element *const first = parent->first_child();
     if (first == nullptr) {
         if (parent->text != nullptr)
-            parent->extras->value = parent->text;
+            parent->extras->value = parent->text;  // has_child_place made sure of both
         parent->has_children = 1;
         parent->child = element;
         element->previous = element;

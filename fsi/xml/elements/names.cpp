@@ -28,7 +28,8 @@ struct Table {
 Name *first_buckets[kFirstBuckets];
 Table table = {first_buckets, kFirstBuckets - 1, 0};
 
-// The names that were asked for last, by length and two characters.
+// The names that were asked for last, by length and two characters.  A name has one
+// place, which release_name clears: what stands here lives.
 constexpr uint32_t kRecent = 128;
 Name *recent[kRecent];
 

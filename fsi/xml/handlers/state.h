@@ -52,9 +52,9 @@ struct FeedOutcome {
 // An element that is open.  While expat is being fed nobody else adds children: those of
 // an element that opened since are known, and a name without its bit is new among them.
 struct OpenElement {
-    ZHandle handle;  // 0 where nothing is built
-    uint64_t opened_in;
-    uint64_t names;
+    ZHandle handle;      // 0 where nothing is built
+    uint64_t opened_in;  // State::feeding at its start tag
+    uint64_t names;      // a bit for the hash of each name that its children have
 };
 
 struct State : ZxmlExpatState {
