@@ -69,12 +69,13 @@ class Dump {
 };
 
 void show_tree(const Options &options) {
-    XmlSource source(options.file, XmlSource::Reading::kWhole);
+    XmlSource source(options.file, XmlSource::Reading::kAlone, XmlCheck::Outside::kPassedOver);
     const XmlParser parser(ZxmlParser_new("-", ZXML_READ_USUAL | ZXML_WHOLE, 0));
     if (parser == 0) {
         source.fail();
     }
     source.finish();
+    refuse_deep_nesting(source.name(), ZxmlParser_top_element(parser));
     XmlOutput output(options.output);
     {
         const Dump dump(output);
@@ -85,12 +86,13 @@ void show_tree(const Options &options) {
 }
 
 void write_whole(const Options &options, int encoding_type) {
-    XmlSource source(options.file, XmlSource::Reading::kWhole);
+    XmlSource source(options.file, XmlSource::Reading::kChecked, XmlCheck::Outside::kRefused);
     const XmlParser parser(ZxmlParser_new("-", ZXML_READ_USUAL | ZXML_WHOLE, 0));
     if (parser == 0) {
         source.fail();
     }
     source.finish();
+    refuse_deep_nesting(source.name(), ZxmlParser_top_element(parser));
     if (encoding_type != 0) {
         set_encoding(parser, encoding_type);
     }
@@ -109,8 +111,8 @@ void write_whole(const Options &options, int encoding_type) {
 }
 
 template <typename Copy>
-void with_records(const Options &options, Copy copy) {
-    XmlSource source(options.file, XmlSource::Reading::kParts);
+void with_records(const Options &options, XmlCheck::Outside outside, Copy copy) {
+    XmlSource source(options.file, XmlSource::Reading::kChecked, outside);
     XmlOutput output(options.output);
     std::optional<InterruptGuard> guard;
     if (output.is_file()) {
@@ -127,13 +129,13 @@ void with_records(const Options &options, Copy copy) {
 }
 
 void copy_records(const Options &options, int encoding_type) {
-    with_records(options, [&](XmlSource &source, XmlOutput &output) {
+    with_records(options, XmlCheck::Outside::kRefused, [&](XmlSource &source, XmlOutput &output) {
         copy_xml_records(source, output, encoding_type);
     });
 }
 
 void show_records(const Options &options) {
-    with_records(options, [](XmlSource &source, XmlOutput &output) {
+    with_records(options, XmlCheck::Outside::kPassedOver, [](XmlSource &source, XmlOutput &output) {
         const Dump dump(output);
         const auto show = [](ZHandle top, void *user) {
             ZxmlElem_dump(top, 1);

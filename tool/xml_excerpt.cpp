@@ -162,6 +162,7 @@ std::string shown_before(std::string_view text, size_t place, uint64_t column, X
 }
 
 std::string shown_behind(std::string_view text, size_t place, XmlTextForm form) {
+    constexpr size_t kMostBytes = 8 * kWidthAfter;
     std::string result;
     size_t width = 0;
     for (size_t i = place; i < text.size();) {
@@ -171,7 +172,8 @@ std::string shown_behind(std::string_view text, size_t place, XmlTextForm form) 
         }
         const std::string one = shown(text, i, character);
         width += display_width(one);
-        if (width > kWidthAfter) {
+        // Of characters without a width, too, not all are shown.
+        if (width > kWidthAfter || result.size() > kMostBytes) {
             return result + kCut;
         }
         result += one;
@@ -205,6 +207,17 @@ Utf8Character utf8_character(std::string_view text) {
         return {-1, 1};
     }
     return {static_cast<int32_t>(code_point), size};
+}
+
+std::string utf8_text(std::string_view text, XmlTextForm form) {
+    std::string result;
+    for (size_t i = 0; i < text.size();) {
+        const Character character = character_at(text, i, form);
+        append_utf8(result,
+                    character.code_point < 0 ? '?' : static_cast<uint32_t>(character.code_point));
+        i += character.size;
+    }
+    return result;
 }
 
 void append_shown(std::string &text, uint32_t code_point) {

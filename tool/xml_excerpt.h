@@ -32,6 +32,9 @@ struct XmlTextForm {
 //   column  of the place in the document, from 1
 std::string xml_excerpt(std::string_view text, size_t place, uint64_t column, XmlTextForm form);
 
+// A text in UTF-8; bytes that are no text become "?".
+std::string utf8_text(std::string_view text, XmlTextForm form);
+
 // Appends a code point in UTF-8, one that a terminal would obey or not show as its
 // number.
 void append_shown(std::string &text, uint32_t code_point);

@@ -4,6 +4,7 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -12,6 +13,7 @@
 #include "tool/failure.h"
 #include "tool/xml_excerpt.h"
 #include "tool/xml_source.h"
+#include "wbfsi/xml_element.h"
 #include "wbfsi/xml_parser.h"
 #include "wbfsi/xml_writer.h"
 
@@ -146,6 +148,43 @@ void refuse_lost_characters(const std::string &name, std::string_view utf8,
         i += character.size;
         j = latin1.find(';', j);
         j = j == std::string_view::npos ? latin1.size() : j + 1;
+    }
+}
+
+void refuse_deep_nesting(const std::string &name, ZHandle top) {
+    constexpr uint64_t kFewLevels = 100;
+    constexpr uint64_t kMostBlanks = uint64_t{1} << 28;
+    uint64_t blanks = 0;  // of elements below some levels
+    uint64_t depth = 0;
+    ZHandle element = top;
+    while (true) {
+        if (depth > kFewLevels) {
+            // The lines of both tags and of the attributes, two blanks a level.
+            const auto attributes =
+                static_cast<uint64_t>(std::max<int32_t>(ZxmlElem_attribute_count(element), 0));
+            blanks += 2 * depth * (2 + attributes);
+            if (blanks > kMostBlanks) {
+                throw Failure(name + ": elements are nested " + std::to_string(depth) +
+                              " levels deep: indented, the blanks in front of them would take "
+                              "more than 256 MB");
+            }
+        }
+        if (const ZHandle child = ZxmlElem_first_child(element); child != 0) {
+            element = child;
+            depth++;
+            continue;
+        }
+        while (depth > 0) {
+            if (const ZHandle sibling = ZxmlElem_next_sibling(element); sibling != 0) {
+                element = sibling;
+                break;
+            }
+            element = ZxmlElem_parent(element);
+            depth--;
+        }
+        if (depth == 0) {
+            return;
+        }
     }
 }
 

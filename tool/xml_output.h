@@ -86,6 +86,11 @@ std::string_view mark_needed(std::string_view document, const char *encoding);
 void refuse_lost_characters(const std::string &name, std::string_view utf8,
                             std::string_view latin1);
 
+// What is nested deeply is indented deeply: a document of some megabytes may become one
+// of terabytes.  Throws Failure for indentations out of all proportion; `top` stands at
+// the margin.
+void refuse_deep_nesting(const std::string &name, ZHandle top);
+
 // A document without its XML declaration, one byte an ASCII character.
 std::string_view without_declaration(std::string_view document);
 

@@ -101,6 +101,7 @@ class RecordCopy {
     void run() {
         put_start();
         while (records_.next()) {
+            refuse_deep_nesting(source_.name(), records_.record());
             put_block([this](ZString to, int type) {
                 write_between(to, type);
                 ZxmlElem_write(to, type, records_.record(), kIndent);
@@ -239,6 +240,7 @@ void copy_xml_records(XmlSource &source, XmlOutput &output, int encoding_type) {
 void show_xml_records(XmlSource &source, void (*show)(ZHandle top, void *user), void *user) {
     Records records(source);
     while (records.next()) {
+        refuse_deep_nesting(source.name(), records.record());
         show(records.top(), user);
         records.drop();
     }

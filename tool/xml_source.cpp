@@ -47,10 +47,10 @@ void leave_standard_input() {
 
 }  // namespace
 
-XmlSource::XmlSource(const std::string &path, Reading reading)
-    : name_(path == "-" ? "standard input" : path) {
+XmlSource::XmlSource(const std::string &path, Reading reading, XmlCheck::Outside outside)
+    : name_(path == "-" ? "standard input" : path), check_(outside) {
     open_input(path);
-    if (!is_regular_ || reading == Reading::kParts) {
+    if (!is_regular_ || reading == Reading::kChecked) {
         start_thread();
     }
 }

@@ -5,8 +5,9 @@
 // of a file is ever taken for something else, and what is wrong with a document can be
 // told with its place wherever it comes from.
 //
-// A regular file is read by the library alone; after an error it is checked from its
-// start.  Anything else goes through a thread that checks it on its way.
+// A regular file is read by the library itself, and checked beside it or, after an
+// error, from its start.  Anything else goes through a thread that checks it on its
+// way.
 #ifndef TOOL_XML_SOURCE_H
 #define TOOL_XML_SOURCE_H
 
@@ -35,13 +36,13 @@ class XmlFailure : public Failure {
 class XmlSource {
  public:
     enum class Reading {
-        kWhole,  // the library reads the document to its end
-        kParts,  // it leaves out what stands behind the top element: that is checked
-                 // beside it, in a thread
+        kAlone,    // a regular file is checked after an error alone
+        kChecked,  // in a thread beside the library, which leaves out what stands behind
+                   // the top element of records, and passes over references
     };
 
     // Opens the document, "-" for the standard input.  One at a time.  Throws Failure.
-    XmlSource(const std::string &path, Reading reading);
+    XmlSource(const std::string &path, Reading reading, XmlCheck::Outside outside);
     // Gives up what is still being checked.
     ~XmlSource();
     XmlSource(const XmlSource &) = delete;
@@ -51,7 +52,7 @@ class XmlSource {
     const std::string &name() const { return name_; }
 
     // The library is done, and found no fault.  Throws XmlFailure for one in what it
-    // did not read.
+    // did not read or passed over.
     void finish();
 
     // The library has failed; its error state says how.  Throws XmlFailure or Failure.

@@ -323,6 +323,10 @@ class Faults(Xml):
             (b"<a>\n<b>\n", 3, 1, "no element found; the document ends before the end tag of its "
              "top element", ""),
             (b"", 1, 1, "no element found; the document is empty", ""),
+            (b"\xef\xbb\xbf", 1, 1, "no element found; the document is empty", ""),
+            (b"\xef\xbb\xbf<a>&e;</a>", 1, 4, "undefined entity", "  <a>&e;</a>\n     ^\n"),
+            (b"\xef\xbb\xbfa", 1, 1, "syntax error", "  a\n  ^\n"),
+            (b"\xef\xbb\xbf<a>\n&e;</a>", 2, 1, "undefined entity", "  &e;</a>\n  ^\n"),
             (b"<a><!-- x", 1, 4, "unclosed token", "  <a><!-- x\n     ^\n"),
             (b"<a b='1' b='2'/>", 1, 10, "duplicate attribute",
              "  <a b='1' b='2'/>\n           ^\n"),
@@ -349,6 +353,19 @@ class Faults(Xml):
                     self.assertEqual(
                         result.stderr.decode(), "wbfsi xml: %s: line 2, column 4: undefined entity"
                         "\n  \u65e5\U0001f600\u0a0d&e;</a>\n     ^\n" % name)
+
+    def test_utf_16_in_the_line_of_its_mark(self):
+        for codec in ("utf-16", "utf-16-le", "utf-16-be"):
+            message, _ = self.refused("-", input="<a>\U0001f600&e;</a>".encode(codec))
+            self.assertEqual(message, "wbfsi xml: standard input: line 1, column 5: undefined "
+                             "entity\n  <a>\U0001f600&e;</a>\n      ^\n")
+
+    def test_characters_without_a_width_are_not_shown_without_end(self):
+        message, _ = self.refused("-", input=("<a>&e;" + "\u0301" * 100000).encode())
+        head = "wbfsi xml: standard input: line 1, column 4: undefined entity\n  <a>&e;\u0301"
+        self.assertEqual(message[:len(head)], head)
+        self.assertEqual(message[-len("\u0301...\n     ^\n"):], "\u0301...\n     ^\n")
+        self.assertLess(len(message), 300)
 
     def test_an_encoding_that_is_not_read(self):
         message, _ = self.refused("-", input=b"<?xml version='1.0' encoding='klingon'?><a/>")
@@ -416,6 +433,83 @@ class Faults(Xml):
                                  "--encoding: 1 required NAME missing")):
             with self.subTest(arguments=arguments):
                 self.assertEqual(self.refused(*arguments), ("wbfsi xml: " + text + advice, b""))
+
+
+class Lost(Xml):
+    """What the tree of the library does not have, and what cannot be written."""
+
+    def test_entities_that_are_declared_elsewhere_are_refused(self):
+        after_others = "<!ENTITY % p SYSTEM 'p'> %p; <!ENTITY late 'x'>"
+        for dtd, body, name, column in (
+                ("SYSTEM 's'", "<a>x&nbsp;y</a>", "nbsp", 5),
+                ("PUBLIC 'p' 's'", "<a>&amp;&#65;<b/>&nbsp;</a>", "nbsp", 18),
+                ("SYSTEM 's'", "<a><b k='&lt;' l='&nbsp;'/></a>", "nbsp", 4),
+                ("SYSTEM 's' [<!ENTITY e 'x&f;'><!ENTITY f '&g;'>]", "<a>&e;</a>", "g", 4),
+                ("SYSTEM 's' [<!ENTITY e 'x&f;'><!ENTITY f '&g;'>]", "<a k='&e;'/>", "g", 1),
+                ("[%s]" % after_others, "<a>&late;</a>", "late", 4),
+                ("[%s]" % after_others, "<a k='&late;'/>", "late", 1),
+                ("[<!ENTITY x SYSTEM 'file:///etc/hostname'>]", "<a>&x;</a>",
+                 "file:///etc/hostname", 4),
+                ("SYSTEM 's'", "<a>&\u00e9;</a>", "\u00e9", 4),
+                ("SYSTEM 's'", "<a k='&\u00e9;'/>", "\u00e9", 1),
+                ("SYSTEM 's'", "<a>&" + "n" * 1000 + ";</a>", "n" * 60 + "...", 4)):
+            text = "<!DOCTYPE a %s>\n%s" % (dtd, body)
+            for document in (text.encode(), text.encode("utf-8-sig"), text.encode("utf-16"),
+                             ("<?xml version='1.0' encoding='windows-1252'?>" + text)
+                             .encode("windows-1252")):
+                for arguments in ((), ("--records",)):
+                    for place, result in self.from_everywhere(document, *arguments):
+                        with self.subTest(document=document, place=place, arguments=arguments):
+                            self.assertEqual(
+                                (result.returncode, result.stderr.decode().split("\n")[0]),
+                                (2, 'wbfsi xml: %s: line 2, column %d: the text of the entity "%s" '
+                                 "is outside of the document, and nothing is fetched: it would be "
+                                 "lost; a declaration with its text in the DOCTYPE would be right"
+                                 % (place, column, name)))
+
+    def test_a_doctype_that_is_not_needed_does_no_harm(self):
+        for document in (b"<!DOCTYPE a SYSTEM 's'><a k='&amp;&#65;'>&lt;</a>",
+                         b"<!DOCTYPE a SYSTEM 's' [<!ENTITY e '&f;'><!ENTITY f 'x&gt;'>]>"
+                         b"<a k='&e;&f;'>&e;<b/></a>",
+                         b"<!DOCTYPE a [<!ENTITY u SYSTEM 's'>]><a>x</a>"):
+            for arguments in ((), ("--records",)):
+                for place, result in self.from_everywhere(document, *arguments):
+                    with self.subTest(document=document, place=place, arguments=arguments):
+                        self.assertEqual((result.returncode, result.stderr), (0, b""))
+                        self.assertEqual(model(result.stdout), model(document))
+
+    def test_a_tree_is_that_of_the_programs(self):
+        document = b"<!DOCTYPE a SYSTEM 's'><a><b k='v&nbsp;'>x&nbsp;y</b></a>"
+        for arguments in (("--tree",), ("--tree", "--records")):
+            for place, result in self.from_everywhere(document, *arguments):
+                with self.subTest(place=place, arguments=arguments):
+                    self.assertEqual((result.returncode, result.stderr), (0, b""))
+                    self.assertIn(b" - b = xy\n", result.stdout)
+
+    def test_what_is_nested_out_of_all_proportion_is_refused(self):
+        def nested(depth):
+            return b"<a>" * depth + b"</a>" * depth
+        for arguments in Outputs.MODES:
+            with self.subTest(arguments=arguments):
+                message, _ = self.refused("-", *arguments, input=nested(1000000))
+                self.assertRegex(message, r"\Awbfsi xml: standard input: elements are nested "
+                                 r"\d+ levels deep: indented, the blanks in front of them would "
+                                 r"take more than 256 MB\n\Z")
+        for arguments in ((), ("--records",)):
+            output = self.written(nested(1500), *arguments)
+            self.assertEqual(output.count(b"<a>\n"), 1499)
+            self.assertIn(b"\n" + b"  " * 1499 + b"<a/>\n", output)
+
+    def test_one_long_piece(self):
+        size = 4000000
+        for document in (b"<a><!--" + b">" * size + b"--><b/></a>",
+                         b"<a><b k='" + b">" * size + b"'/></a>",
+                         b"<a><b>" + b"x" * size + b"</b></a>",
+                         b"<a><b><![CDATA[" + b">" * size + b"]]></b></a>"):
+            for arguments in ((), ("--records",)):
+                output = self.written(document, *arguments)
+                self.assertGreater(len(output), size)
+                self.assertEqual(model(output), model(document))
 
 
 class Outputs(Xml):
