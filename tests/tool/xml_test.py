@@ -458,7 +458,12 @@ class Lost(Xml):
                              ("<?xml version='1.0' encoding='windows-1252'?>" + text)
                              .encode("windows-1252")):
                 for arguments in ((), ("--records",)):
-                    for place, result in self.from_everywhere(document, *arguments):
+                    if document == text.encode():
+                        results = self.from_everywhere(document, *arguments)
+                    else:
+                        results = [("standard input",
+                                    self.run_tool("-", *arguments, input=document))]
+                    for place, result in results:
                         with self.subTest(document=document, place=place, arguments=arguments):
                             self.assertEqual(
                                 (result.returncode, result.stderr.decode().split("\n")[0]),
