@@ -36,7 +36,7 @@ enum {
     ZXML_COMMENTS = 64,
     ZXML_CDATA = 128,
     ZXML_DEFAULT = 256,
-    ZXML_EXTERNAL_ENTITIES = 512, /* traced, never loaded */
+    ZXML_EXTERNAL_ENTITIES = 512, /* traced, never loaded: their text is not there */
     ZXML_DOCTYPE = 2048,
     ZXML_ELEMENT_DECLARATIONS = 4096,
     ZXML_ATTRIBUTE_LISTS = 8192, /* this and the next three: traced */
@@ -107,8 +107,9 @@ WBFSI_API int ZxmlParser_set_encoding(ZHandle parser, const char *name);
 WBFSI_API int32_t ZxmlParser_get_standalone(ZHandle parser);
 WBFSI_API int ZxmlParser_set_standalone(ZHandle parser, int32_t standalone);
 
-/* The DOCTYPE line and the internal subset as read, and what stands for it when it
- * is written: length, 0 when there is none; 1. */
+/* The internal subset of the DOCTYPE as read, with the line that the DOCTYPE stands in
+ * in front of it, and what stands for it when it is written: length, 0 when there is
+ * none, also when the DOCTYPE has no internal subset; 1. */
 WBFSI_API int32_t ZxmlParser_get_raw_doctype(ZHandle parser, char *buffer, int32_t size);
 WBFSI_API int ZxmlParser_set_raw_doctype(ZHandle parser, const char *text, int32_t length);
 
