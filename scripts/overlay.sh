@@ -2,9 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # Unpacks the 32-bit libraries that the i386 build links into an overlay folder
-# of the build tree.  The system's own package state stays untouched: apt-get
-# works on private lists, status and cache, nothing is installed, and no
-# privilege is needed.
+# of the build tree.  The system's own package state stays untouched: nothing is
+# installed, and no privilege is needed.
 #
 #   scripts/overlay.sh [FOLDER]        default: build/overlay-i386
 #
@@ -14,7 +13,9 @@ set -eu
 
 top=$(cd "$(dirname "$0")/.." && pwd)
 . "$top/scripts/say.sh"
+. "$top/scripts/private_apt.sh"
 overlay=${1:-$top/build/overlay-i386}
+private_apt_state=$overlay.apt
 
 packages="libexpat1 libexpat1-dev libsqlite3-0 libsqlite3-dev sqlite3 libreadline8 zlib1g libgtest-dev
 libbenchmark-dev libbenchmark1debian gnucobol3 libcob4 libcob4-dev libdb5.3 libgmp10
@@ -44,24 +45,13 @@ trap 'exit 1' HUP INT TERM
 debs=$fresh/debs
 mkdir -p "$debs"
 
-# The lists stay between runs: they are what a failing update falls back on.
-state=$overlay.apt
-mkdir -p "$state/lists/partial" "$state/cache/archives/partial"
-: >"$state/status"
-apt() {
-    apt-get -qq -o APT::Architecture=i386 -o APT::Architectures::=i386 \
-        -o Dir::State="$state" -o Dir::State::status="$state/status" \
-        -o Dir::State::lists="$state/lists" -o Dir::Cache="$state/cache" \
-        -o APT::Sandbox::User=root "$@"
-}
-
-apt update || say "apt-get update failed; going on with the package lists that are there"
+private_apt_update
 # shellcheck disable=SC2086
-(cd "$debs" && apt download $packages) || die "the 32-bit packages could not be downloaded (see above)"
+(cd "$debs" && private_apt download $packages) || die "the 32-bit packages could not be downloaded (see above)"
 for deb in "$debs"/*.deb; do
     dpkg -x "$deb" "$fresh"
 done
-rm -rf "$debs" "$state/cache"
+rm -rf "$debs" "$private_apt_state/cache"
 
 # An absolute symbolic link points out of the overlay; left dangling, the linker
 # would take the static library without a word.

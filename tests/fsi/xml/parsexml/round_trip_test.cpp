@@ -605,6 +605,9 @@ TEST_F(RoundTrip, FilesAtHand) {
         }
     }
     std::printf("%d well-formed files and %d others, %ju bytes\n", well_formed, refused, bytes);
+    if (folders != nullptr) {
+        EXPECT_GT(well_formed, 0) << folders << ": scripts/xml_documents.sh unpacks documents";
+    }
 }
 
 }  // namespace
