@@ -299,16 +299,16 @@ bool append_to_value(Element *element, std::string_view text) {
         }
         if (!spill(element))
             return false;
-    } else if (element->has_children == 0 && element->text == nullptr) {
-        if (text.size() <= kMaxShort) {
-            put_short(element, 0, text);
-            return true;
-        }
-        element->text = make_text(text, kValueTag);
-        return element->text != nullptr;
     }
     TextBlock **place = value_place(element);
     return place != nullptr && append_text(place, text, kValueTag);
+}
+
+bool append_read_text(Element *element, std::string_view text) {
+    if (text.size() > kMaxShort || element->has_children != 0 || element->has_value())
+        return append_to_value(element, text);
+    put_short(element, 0, text);
+    return true;
 }
 
 bool assign_value(Element *element, std::string_view text) {

@@ -131,8 +131,10 @@ inline std::span<Attribute> attributes_of(const Element &element) {
     return {attributes->entries(), attributes->count};
 }
 
-// Appends to the value, which is made when there is none.
+// Appends to the value, which is made when there is none: in a block, or of text that
+// was read, when it is short, in place.
 bool append_to_value(Element *element, std::string_view text);
+bool append_read_text(Element *element, std::string_view text);
 // Replaces it.
 bool assign_value(Element *element, std::string_view text);
 // Cuts it behind `length` bytes, at most as many as it has.

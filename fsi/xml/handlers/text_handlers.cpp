@@ -68,11 +68,11 @@ bool append_trimmed(State *state, Element *element, std::string_view text, std::
         end = kept.data() + kept.size();
         if (state->run.has_text) {
             const std::string_view blanks = text_of(state->held_blanks);
-            if (!blanks.empty() && !append_to_value(element, blanks))
+            if (!blanks.empty() && !append_read_text(element, blanks))
                 return false;
             kept = {text.data(), static_cast<size_t>(end - text.data())};
         }
-        if (!append_to_value(element, kept))
+        if (!append_read_text(element, kept))
             return false;
         if (state->held_blanks != nullptr)
             cut_text(state->held_blanks, 0);
@@ -125,7 +125,7 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     if (is_first && !run.is_open) {
         // What most elements have: one text, at once.
         run = {plain, true, true, index, index + static_cast<unsigned long>(count), bytes + length};
-        if (!append_to_value(element, kept) || !hold_blanks(state, text, kept.data() + kept.size()))
+        if (!append_read_text(element, kept) || !hold_blanks(state, text, kept.data() + kept.size()))
             stop_without_memory(state);
         state->tree_bytes += text.size();
         return;
@@ -142,7 +142,7 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     run.end = index + static_cast<unsigned long>(count);
     run.inner = bytes + length;
     if (run.is_trimmed ? !append_trimmed(state, element, text, kept)
-                       : !append_to_value(element, text)) {
+                       : !append_read_text(element, text)) {
         stop_without_memory(state);
         return;
     }
