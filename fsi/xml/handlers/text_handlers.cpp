@@ -125,7 +125,8 @@ void XMLCALL on_text(void *expat, const XML_Char *bytes, int length) {
     if (is_first && !run.is_open) {
         // What most elements have: one text, at once.
         run = {plain, true, true, index, index + static_cast<unsigned long>(count), bytes + length};
-        if (!append_read_text(element, kept) || !hold_blanks(state, text, kept.data() + kept.size()))
+        if (!append_read_text(element, kept) ||
+            !hold_blanks(state, text, kept.data() + kept.size()))
             stop_without_memory(state);
         state->tree_bytes += text.size();
         return;
