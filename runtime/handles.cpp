@@ -100,8 +100,7 @@ namespace {
 using namespace host::handles;
 
 constexpr const char *kSource = "runtime/handles";
-// Slot 0 is never given out, so that no handle is 0, nor is the last one, so that
-// none is 0xFFFFFFFF.
+// Slot 0 is never given out: in links it stands for none.  Nor is the last one.
 constexpr uint32_t kMaxSlots = kIndexMask;
 // The last generation: handles stay below a thousand million, so that an item of nine
 // decimal digits holds each of them, as a program in COBOL has it.

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/handles.h"
+#include "host/memory.h"
 #include "tests/fsi/xml/elements/element_fixture.h"
 #include "wbfsi/xml_element.h"
 
@@ -473,6 +474,25 @@ TEST(DeletedElements, TheTypeOfTheHandlesGoesWithTheLast) {
         EXPECT_EQ(H_declare(&other), type);
         H_undeclare(type);
     }
+}
+
+TEST(DeletedElements, AFirstOneThatCannotBeMadeLeavesNoType) {
+    const ZHandleType other{"other", 8, 0, nullptr};
+    const int free_number = H_declare(&other);
+    H_undeclare(free_number);
+    ZHandle element = 0;
+    for (int n = 1; element == 0 && n < 100; n++) {
+        SCOPED_TRACE(n);
+        ZMemoryRefuse(n, 1);
+        element = ZxmlElem_new(7, "a first one", -1, 0);
+        ZMemoryRefuse(0, 0);
+        if (element == 0) {
+            EXPECT_EQ(H_declare(&other), free_number);
+            H_undeclare(free_number);
+        }
+    }
+    EXPECT_EQ(H_type(element), free_number);
+    EXPECT_EQ(ZxmlElem_delete(element), 1);
 }
 
 }  // namespace
